@@ -1,0 +1,12 @@
+# Warnings and floating-point discipline shared by every target.
+#
+# -ffp-contract=off: several computations are specified operation by
+# operation in single or double precision (grey conversion, kernel taps,
+# solver updates); fusing a multiply and an add would change their last bits.
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -ffp-contract=off)
+
+if(LACEWRIGHT_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer
+                      -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=address,undefined)
+endif()

@@ -1,0 +1,57 @@
+#include "host/host_suites.h"
+
+#include <algorithm>
+#include <array>
+
+#include "host/ostrel.h"
+
+namespace host {
+namespace {
+
+std::array<host_function, core_suite.count> core_table{};
+std::array<host_function, rsmp_suite.count> rsmp_table{};
+std::array<host_function, filt_suite.count> filt_table{};
+
+std::pair<host_function*, std::size_t> table_of(suite_id suite) {
+  switch (suite) {
+    case suite_id::core: return {core_table.data(), core_table.size()};
+    case suite_id::rsmp: return {rsmp_table.data(), rsmp_table.size()};
+    default: return {filt_table.data(), filt_table.size()};
+  }
+}
+
+const char* name_of(suite_id suite) {
+  switch (suite) {
+    case suite_id::core: return "core";
+    case suite_id::rsmp: return "rsmp";
+    default: return "filt";
+  }
+}
+
+}  // namespace
+
+void load_suite(suite_id suite) {
+  const suite_descriptor& descriptor = descriptor_of(suite);
+  const OstrelSuite* fetched = nullptr;
+  OstrelGetExtensionSuite(descriptor.tag, descriptor.version,
+                          static_cast<int32_t>(descriptor.count), &fetched);
+  auto [table, count] = table_of(suite);
+  if (fetched && fetched->functions) {
+    std::copy_n(fetched->functions, count, table);
+  } else {
+    std::fill_n(table, count, nullptr);
+  }
+}
+
+host_function slot(suite_id suite, std::size_t index) {
+  auto [table, count] = table_of(suite);
+  return index < count ? table[index] : nullptr;
+}
+
+void missing_entry(suite_id suite, std::size_t index) {
+  throw std::logic_error(std::string("host::entry(): the host suite '") + name_of(suite) +
+                         "' has no entry " + std::to_string(index) +
+                         " (is the library initialised?)");
+}
+
+}  // namespace host

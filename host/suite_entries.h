@@ -1,0 +1,58 @@
+// The catalogue of host suite entries that the engine calls: which suite,
+// which slot, and the exact signature. The host fills its tables from this
+// catalogue and the engine reads its copies through it, so both sides agree
+// on every call by construction.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace host {
+
+// A slot of a suite table; entries are stored type-erased.
+using host_function = void (*)();
+
+enum class suite_id { core, rsmp, filt };
+
+struct suite_descriptor {
+  uint32_t tag;     // four characters as a 32-bit integer
+  int32_t version;
+  std::size_t count;
+};
+
+inline constexpr suite_descriptor core_suite{0x636F7265, 3, 15};
+inline constexpr suite_descriptor rsmp_suite{0x72736D70, 5, 62};
+inline constexpr suite_descriptor filt_suite{0x66696C74, 9, 310};
+
+constexpr const suite_descriptor& descriptor_of(suite_id suite) {
+  switch (suite) {
+    case suite_id::core: return core_suite;
+    case suite_id::rsmp: return rsmp_suite;
+    default: return filt_suite;
+  }
+}
+
+template <class Signature>
+struct suite_entry {
+  suite_id suite;
+  std::size_t index;
+};
+
+// core 14: how many items one batch job should take; at least 1.
+using batch_size_function = int32_t();
+inline constexpr suite_entry<batch_size_function> batch_size_entry{suite_id::core, 14};
+
+// rsmp 24: reduces an 8-bit plane by integer factors. Arguments: source,
+// destination, destination rows, destination columns, source row bytes,
+// source sample step, destination row bytes, destination sample step, row
+// factor, column factor.
+using reduce_plane_function = void(const uint8_t*, uint8_t*, int32_t, int32_t, int32_t, int32_t,
+                                   int32_t, int32_t, int32_t, int32_t);
+inline constexpr suite_entry<reduce_plane_function> reduce_plane_entry{suite_id::rsmp, 24};
+
+// filt 130: adds the samples of an 8-bit plane to 256 counters. Arguments:
+// samples, rows, columns, row bytes, counters (zeroed by the caller).
+using histogram_function = void(const uint8_t*, int32_t, int32_t, int32_t, uint64_t*);
+inline constexpr suite_entry<histogram_function> histogram_entry{suite_id::filt, 130};
+
+}  // namespace host

@@ -1,0 +1,38 @@
+// The script function that runs the engine on the image list and answers
+// with the report text.
+#include "sources/alignment_report.h"
+#include "sources/image_list.h"
+#include "sources/lacewright.h"
+#include "sources/transformation_type.h"
+
+namespace {
+// The answer stays here until the next call: the script engine reads it
+// after alignImages has returned.
+char alignResultText[report_capacity];
+}  // namespace
+
+int32_t alignImages(const ScriptValue* arguments, int32_t count, ScriptValue* result) {
+  clear_result(result);
+  if (count > 1) return status_argument_count;
+  int32_t requested_type = transform_cylindrical;
+  if (count == 1) {
+    if (arguments[0].type != script_int32) return status_argument_type;
+    requested_type = low_int32(arguments[0]);
+  }
+  if (imageList.size() < 2) return status_too_few_images;
+
+  // Exceptions of the engine pass through to the host; the images stay.
+  MultiViewParams params;
+  params.requested_type = requested_type;
+  params.estimate_distortion = false;
+  params.reserved_code = -1;
+  MultiViewAlignMain(&params, &imageList);
+
+  // The bound is checked after the work, so that a list too long for the
+  // report is aligned for nothing; the images stay for another try.
+  if (!report_admits(imageList.size())) return status_no_memory;
+  if (!write_alignment_report(params, imageList, alignResultText)) return status_no_memory;
+  set_result(result, script_source, reinterpret_cast<uintptr_t>(alignResultText));
+  ClearImages();
+  return status_ok;
+}

@@ -1,0 +1,64 @@
+// The engine's one entry: a run from frames to the filled result record.
+#include <stdexcept>
+#include <vector>
+
+#include "matching/pair_table.h"
+#include "sources/condition_frame.h"
+#include "sources/lacewright.h"
+#include "sources/multi_view_aligner.h"
+#include "sources/transformation_type.h"
+
+namespace {
+
+// The frames that passed conditioning, with what the stages get alongside:
+// a rectangle (always the first frame's, whatever the frame's own size) and
+// a preferred-reference bit, all clear.
+struct usable_frames {
+  std::vector<AlignFrame> frames;
+  std::vector<FrameRect> rects;
+  std::vector<bool> preferred;
+};
+
+usable_frames condition_frames(std::vector<AlignFrame>& frames, const FrameRect& first_rect) {
+  usable_frames usable;
+  for (AlignFrame& frame : frames) {
+    if (!ConditionFrame(frame.height, frame.width, frame.pixels)) continue;
+    usable.frames.push_back(frame);  // shares the caller's samples
+    usable.rects.push_back(first_rect);
+    usable.preferred.push_back(false);
+  }
+  return usable;
+}
+
+// The pair stage of either pipeline sizes its tables by frame_count - 1
+// rows; with fewer than two usable frames frame_count is 0 and the run ends
+// in std::length_error.
+void run_pair_stage(const MultiViewAligner& aligner) {
+  const pair_table<bool> connected = make_pair_table<bool>(aligner.frame_count);
+  static_cast<void>(connected);
+}
+
+}  // namespace
+
+void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames) {
+  if (!params || !frames) throw std::invalid_argument("MultiViewAlignMain(): null argument");
+  const FrameRect first_rect =
+      frames->empty() ? FrameRect{} : FrameRect{0, 0, frames->front().height, frames->front().width};
+  // An unknown type fails here, before any frame is looked at.
+  const HomographyType homography_type = TransformationTypeToHomographyType(params->requested_type);
+  aligner_options options;
+  options.estimate_distortion = params->estimate_distortion;
+  MultiViewAligner aligner(*params, homography_type, first_rect, options);
+
+  usable_frames usable = condition_frames(*frames, first_rect);
+  usable.frames.clear();
+
+  switch (params->requested_type) {
+    case transform_automatic:
+    case transform_cylindrical:
+      run_pair_stage(aligner);
+      break;
+    default:
+      break;  // no pipeline: the result lists stay empty
+  }
+}

@@ -1,0 +1,57 @@
+// The object of one alignment run: options, thresholds and everything the
+// stages hand each other, from the frames' features to the pair tables.
+//
+// MultiViewAlignMain builds it on its stack, runs the stages on it in order
+// and lets it go; only what the stages append to `params` survives the run.
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "mvg/homography_type.h"
+#include "sources/align_frame.h"
+#include "sources/multi_view_params.h"
+
+// The options that MultiViewAlignMain chooses for every run.
+struct aligner_options {
+  bool refine_groups = true;     // the group refinements run
+  bool option_unused = true;
+  bool extra_pass = false;       // the further pass of pair and group refinement
+  bool nonlinear_refine = true;  // refine with the nonlinear estimators
+  bool estimate_distortion = false;
+  bool lens_option_a = false;    // which lens values the rotation groups fit
+  bool lens_option_b = false;
+};
+
+class MultiViewAligner {
+ public:
+  MultiViewAligner(MultiViewParams& params, HomographyType homography_type,
+                   const FrameRect& first_frame_rect, const aligner_options& options);
+
+  uint64_t frame_count = 0;  // frames with features; written by extraction
+  HomographyType homography_type;
+  bool refine_groups;
+  bool option_unused;
+  bool extra_pass;
+  bool nonlinear_refine;
+  bool estimate_distortion;
+  bool lens_option_a;
+  bool lens_option_b;
+  FrameRect first_frame_rect;
+  MultiViewParams* params;                // not owned
+  std::vector<int32_t> sheet_ids;         // `index` of each usable frame
+  std::vector<int16_t> reduction_levels;  // `reduction_level` of each usable frame
+  std::vector<FrameRect> frame_rects;     // each usable frame's own rectangle
+
+  // Inlier radii in pixels of the pair and group estimates.
+  double pair_homography_threshold;
+  double group_homography_threshold = std::numeric_limits<double>::quiet_NaN();
+  double pair_rotation_threshold;
+  double group_rotation_threshold = std::numeric_limits<double>::quiet_NaN();
+
+  double min_rotation_extent_degrees = 40.0;  // below this spread a group stays planar
+  double spherical_extent_limit = 2.0;        // radians; above it a sphere, not a cylinder
+  double max_lens_parameter_a = 0.8;          // largest accepted lens values
+  double max_lens_parameter_b = 1.5;
+};

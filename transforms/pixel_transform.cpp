@@ -1,0 +1,11 @@
+#include "transforms/pixel_transform.h"
+
+#include <cstdio>
+
+#include "host/debug_channel.h"
+
+void PixelTransform::debugPrint() const { OutputDebugStringA("No debug print\n"); }
+
+void PixelTransform::getOffset(double*, double*) const {
+  std::printf("Transform kind: %d has no getOffset\n", kind);
+}
