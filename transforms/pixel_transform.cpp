@@ -4,6 +4,10 @@
 
 #include "host/debug_channel.h"
 
+// Defined here, with every virtual operation, so that the class's virtual
+// table lives only inside the library.
+PixelTransform::~PixelTransform() = default;
+
 void PixelTransform::debugPrint() const { OutputDebugStringA("No debug print\n"); }
 
 void PixelTransform::getOffset(double*, double*) const {

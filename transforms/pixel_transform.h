@@ -12,7 +12,7 @@ class PixelTransform {
   static constexpr int32_t base_kind = 14;
 
   PixelTransform() = default;
-  virtual ~PixelTransform() = default;
+  virtual ~PixelTransform();
 
   // Writes the transform's values to the debugger channel or the error stream.
   virtual void debugPrint() const;
