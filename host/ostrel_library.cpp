@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <array>
 
+#include "host/filter_kernels.h"
 #include "host/histogram.h"
+#include "host/keypoint_jobs.h"
 #include "host/ostrel.h"
 #include "host/plane_reduction.h"
 
@@ -49,6 +51,10 @@ struct provided_suites {
     core.install(host::batch_size_entry, &batch_size);
     rsmp.install(host::reduce_plane_entry, &host::reduce_plane);
     filt.install(host::histogram_entry, &host::histogram);
+    for (const auto& entry : host::row_filter_entries) filt.install(entry, &host::convolve_row);
+    filt.install(host::transpose_entry, &host::transpose_plane);
+    filt.install(host::detect_keypoints_entry, &host::detect_keypoints);
+    filt.install(host::describe_keypoints_entry, &host::describe_keypoints);
   }
   provided_suite<host::core_suite.count> core;
   provided_suite<host::rsmp_suite.count> rsmp;

@@ -6,6 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
+
+struct scale_space;
+struct feature_record;
 
 namespace host {
 
@@ -54,5 +58,28 @@ inline constexpr suite_entry<reduce_plane_function> reduce_plane_entry{suite_id:
 // samples, rows, columns, row bytes, counters (zeroed by the caller).
 using histogram_function = void(const uint8_t*, int32_t, int32_t, int32_t, uint64_t*);
 inline constexpr suite_entry<histogram_function> histogram_entry{suite_id::filt, 130};
+
+// filt 191 to 194: the row filter kernels for kernel tables with rows of 8,
+// 12, 16 and 20 floats. Arguments: padded line, its length, kernel table, tap
+// count, half length, output row.
+using row_filter_function = void(const float*, std::size_t, const float*, std::size_t, std::size_t, float*);
+inline constexpr suite_entry<row_filter_function> row_filter_entries[4] = {
+    {suite_id::filt, 191}, {suite_id::filt, 192}, {suite_id::filt, 193}, {suite_id::filt, 194}};
+
+// filt 195: transposition of a float plane. Arguments: destination,
+// destination row bytes, source, source row bytes, source width, source
+// height.
+using transpose_function = void(float*, std::size_t, const float*, std::size_t, std::size_t, std::size_t);
+inline constexpr suite_entry<transpose_function> transpose_entry{suite_id::filt, 195};
+
+// filt 198: finds the keypoints of every record of a batch of pyramids.
+using detect_keypoints_function = void(std::vector<scale_space>*);
+inline constexpr suite_entry<detect_keypoints_function> detect_keypoints_entry{suite_id::filt, 198};
+
+// filt 199: describes them. The second argument has one entry per record:
+// the first feature record of its frame, or null for a frame without
+// keypoints.
+using describe_keypoints_function = void(std::vector<scale_space>*, feature_record* const*);
+inline constexpr suite_entry<describe_keypoints_function> describe_keypoints_entry{suite_id::filt, 199};
 
 }  // namespace host

@@ -2,6 +2,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "features/extract_features.h"
 #include "matching/pair_table.h"
 #include "sources/condition_frame.h"
 #include "sources/lacewright.h"
@@ -51,6 +52,8 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
   MultiViewAligner aligner(*params, homography_type, first_rect, options);
 
   usable_frames usable = condition_frames(*frames, first_rect);
+  extract_features(aligner, usable.frames);
+  // The frames' samples are not needed beyond extraction.
   usable.frames.clear();
 
   switch (params->requested_type) {

@@ -9,6 +9,7 @@
 #include <limits>
 #include <vector>
 
+#include "features/frame_features.h"
 #include "mvg/homography_type.h"
 #include "sources/align_frame.h"
 #include "sources/multi_view_params.h"
@@ -39,6 +40,7 @@ class MultiViewAligner {
   bool lens_option_a;
   bool lens_option_b;
   FrameRect first_frame_rect;
+  std::vector<frame_features_ptr> features;  // per usable frame
   MultiViewParams* params;                // not owned
   std::vector<int32_t> sheet_ids;         // `index` of each usable frame
   std::vector<int16_t> reduction_levels;  // `reduction_level` of each usable frame

@@ -1,0 +1,178 @@
+// Keypoint descriptors after Lowe (IJCV 2004), section 6: a 4 x 4 grid of
+// 8-bin gradient orientation histograms around the keypoint, turned to its
+// orientation.
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "features/frame_features.h"
+#include "features/scale_space.h"
+#include "host/keypoint_jobs.h"
+#include "host/octave_planes.h"
+
+namespace host {
+namespace {
+
+constexpr int grid = 4;            // cells per side
+constexpr int orientation_bins = 8;
+constexpr float quantisation = 512.0f;  // a normalised element of 0.5 is byte 255
+
+// The histogram with a margin: one cell on every side and one orientation
+// bin past the last, so that interpolation writes without bounds checks.
+// The margins are dropped and the extra bin folded onto the first when the
+// descriptor is read out.
+using descriptor_histogram = float[grid + 2][grid + 2][orientation_bins + 1];
+
+// Adds `weight` at the fractional cell (row, column) in (-1, grid) and
+// orientation bin in [0, orientation_bins), shared between the eight
+// nearest bins.
+void add_trilinear(descriptor_histogram& histogram, float row, float column, float bin, float weight) {
+  // row + 1 and column + 1 are positive: truncation is the floor. Adding 1
+  // can round a value just below the grid's end up onto it.
+  const int r = std::min(static_cast<int>(row + 1.0f), grid), c = std::min(static_cast<int>(column + 1.0f), grid);
+  const int o = std::min(static_cast<int>(bin), orientation_bins - 1);  // a bin of 8.0 by rounding
+  const float dr = row + 1.0f - static_cast<float>(r), dc = column + 1.0f - static_cast<float>(c);
+  const float dor = bin - static_cast<float>(o);
+  for (int a = 0; a < 2; ++a) {
+    const float wr = weight * (a ? dr : 1.0f - dr);
+    for (int b = 0; b < 2; ++b) {
+      const float wc = wr * (b ? dc : 1.0f - dc);
+      float* cell = histogram[r + a][c + b];
+      cell[o] += wc * (1.0f - dor);
+      cell[o + 1] += wc * dor;
+    }
+  }
+}
+
+void gradient_histogram(const octave_planes& planes, const scale_space& record, const sift_keypoint& keypoint,
+                        descriptor_histogram& histogram) {
+  const auto level_index = static_cast<std::size_t>(std::clamp<long>(std::lround(keypoint.level), 0,
+                                                                      static_cast<long>(record.levels_per_octave + 2)));
+  const float_image& plane = planes.level(level_index);
+  const float cell = record.descriptor_window_factor * planes.sigma_at(keypoint.level);
+  // Far enough to reach every sample of the turned 4 x 4 grid and the
+  // interpolation's half cell beyond it.
+  const auto radius = static_cast<int64_t>(std::lround(cell * 1.41421356f * (grid + 1) * 0.5f));
+  const float cos_t = std::cos(keypoint.angle) / cell, sin_t = std::sin(keypoint.angle) / cell;
+  // The Gaussian window has half the grid's width as its sigma, in cells.
+  const gaussian_profile profile(radius, -1.0f / (2.0f * (0.5f * grid) * (0.5f * grid) * cell * cell));
+  const int64_t cx = std::lround(keypoint.x), cy = std::lround(keypoint.y);
+  const float dx0 = static_cast<float>(cx) - keypoint.x, dy0 = static_cast<float>(cy) - keypoint.y;
+
+  // Only the samples of a row whose turned position can fall in the grid:
+  // where |u| and |v| stay below half the grid plus the interpolation's
+  // reach.
+  const auto span = [&](int64_t j) {
+    const float oy = static_cast<float>(j) + dy0;
+    float low = -static_cast<float>(radius), high = static_cast<float>(radius);
+    const auto clip = [&](float slope, float offset) {  // |slope * ox + offset| < reach
+      constexpr float reach = 0.5f * grid + 0.5f;
+      if (slope == 0.0f) {
+        if (std::fabs(offset) >= reach) high = low - 1.0f;
+        return;
+      }
+      const float a = (-reach - offset) / slope, b = (reach - offset) / slope;
+      low = std::max(low, std::min(a, b));
+      high = std::min(high, std::max(a, b));
+    };
+    clip(cos_t, sin_t * oy);
+    clip(-sin_t, cos_t * oy);
+    return std::pair<int64_t, int64_t>(static_cast<int64_t>(std::floor(low - dx0)),
+                                       static_cast<int64_t>(std::ceil(high - dx0)));
+  };
+  for_each_gradient(plane, cx, cy, radius, span, [&](int64_t i, int64_t j, float magnitude, float direction) {
+    const float ox = static_cast<float>(i) + dx0, oy = static_cast<float>(j) + dy0;
+    // Cell units along and across the keypoint's orientation.
+    const float u = cos_t * ox + sin_t * oy;
+    const float v = -sin_t * ox + cos_t * oy;
+    const float column = u + 0.5f * (grid - 1), row = v + 0.5f * (grid - 1);
+    if (row <= -1.0f || row >= grid || column <= -1.0f || column >= grid) return;
+    const float turned = wrap_angle(direction - keypoint.angle);
+    add_trilinear(histogram, row, column, turned * (orientation_bins / two_pi), magnitude * profile(i) * profile(j));
+  });
+}
+
+// Normalised, clipped against single large gradients, normalised again.
+void quantise(const descriptor_histogram& histogram, float clip, uint8_t* descriptor) {
+  float values[grid * grid * orientation_bins];
+  float* out = values;
+  for (int r = 1; r <= grid; ++r) {
+    for (int c = 1; c <= grid; ++c) {
+      const float* cell = histogram[r][c];
+      out[0] = cell[0] + cell[orientation_bins];
+      std::copy(cell + 1, cell + orientation_bins, out + 1);
+      out += orientation_bins;
+    }
+  }
+  const auto normalise = [&] {
+    float sum = 0.0f;
+    for (const float value : values) sum += value * value;
+    const float norm = std::sqrt(sum);
+    if (norm > 0.0f) {
+      for (float& value : values) value /= norm;
+    }
+  };
+  normalise();
+  for (float& value : values) value = std::min(value, clip);
+  normalise();
+  for (int i = 0; i < grid * grid * orientation_bins; ++i) {
+    descriptor[i] = static_cast<uint8_t>(std::min(255.0f, quantisation * values[i]));
+  }
+}
+
+void describe(const scale_space& record, uint64_t octave, const sift_keypoint& keypoint, feature_record& out) {
+  const float scale = std::ldexp(1.0f, static_cast<int>(octave));
+  out.x = static_cast<double>(keypoint.x) * scale;
+  out.y = static_cast<double>(keypoint.y) * scale;
+  out.detector_data[0] = static_cast<double>(octave);
+  out.detector_data[1] = keypoint.level;
+  const octave_planes planes(record, octave);
+  out.detector_data[2] = static_cast<double>(planes.sigma_at(keypoint.level)) * scale;
+  out.detector_data[3] = keypoint.angle;
+  out.detector_data[4] = 0.0;
+  descriptor_histogram histogram{};
+  gradient_histogram(planes, record, keypoint, histogram);
+  quantise(histogram, record.descriptor_clip, out.descriptor);
+}
+
+// One keypoint list of one record, with the number of its first feature
+// across the whole batch.
+struct keypoint_span {
+  std::size_t record;
+  std::size_t octave;
+  std::size_t first_in_batch;
+  std::size_t first_in_record;
+};
+
+}  // namespace
+
+void describe_keypoints(std::vector<scale_space>* batch, feature_record* const* features) {
+  std::vector<keypoint_span> spans;
+  std::size_t total = 0;
+  for (std::size_t r = 0; r < batch->size(); ++r) {
+    std::size_t in_record = 0;
+    const scale_space& record = (*batch)[r];
+    for (std::size_t o = 0; o < record.keypoints.size(); ++o) {
+      if (record.keypoints[o].empty()) continue;
+      spans.push_back({r, o, total, in_record});
+      total += record.keypoints[o].size();
+      in_record += record.keypoints[o].size();
+    }
+  }
+  // Every keypoint is worked on its own and written to its own record, so
+  // any division of the work gives the same features.
+  const auto count = static_cast<std::ptrdiff_t>(total);
+#pragma omp parallel for schedule(dynamic, 32)
+  for (std::ptrdiff_t k = 0; k < count; ++k) {
+    const auto index = static_cast<std::size_t>(k);
+    const auto span = std::prev(std::upper_bound(spans.begin(), spans.end(), index,
+                                                 [](std::size_t i, const keypoint_span& s) { return i < s.first_in_batch; }));
+    const std::size_t within = index - span->first_in_batch;
+    const scale_space& record = (*batch)[span->record];
+    feature_record* first = features[span->record];
+    if (!first) continue;
+    describe(record, span->octave, record.keypoints[span->octave][within], first[span->first_in_record + within]);
+  }
+}
+
+}  // namespace host

@@ -1,0 +1,308 @@
+// Keypoint detection after Lowe, "Distinctive image features from
+// scale-invariant keypoints" (IJCV 2004), sections 3 to 5.
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "features/scale_space.h"
+#include "host/keypoint_jobs.h"
+#include "host/extremum_kernels.h"
+#include "host/octave_planes.h"
+
+namespace host {
+namespace {
+
+// Candidates below half the contrast threshold cannot reach it after
+// refinement in practice; the cut saves the neighbourhood test.
+constexpr float candidate_share = 0.5f;
+constexpr int refinement_steps = 5;
+constexpr std::size_t orientation_bins = 36;
+constexpr int orientation_smoothing_passes = 6;
+constexpr float orientation_peak_ratio = 0.8f;  // secondary peaks within 80 % of the highest
+constexpr std::size_t octave_limit = 64;
+
+// Offsets of the octave's extrema in extrema_list_a: octave o holds
+// [start[o], start[o + 1]).
+using octave_starts = std::array<std::size_t, octave_limit + 1>;
+
+void difference_plane(const float_image& upper, const float_image& lower, float gain, float* out) {
+  const std::size_t count = upper.width * upper.height;
+  for (std::size_t i = 0; i < count; ++i) out[i] = gain * (upper.samples[i] - lower.samples[i]);
+}
+
+// Extrema of one level of differences, row by row, into the candidate list
+// until it is full. `columns` has room for a row.
+void find_candidates(const float* below, const float* here, const float* above, std::size_t w, std::size_t h,
+                     uint32_t level, float threshold, uint32_t* columns, vector_slot<sift_candidate>& candidates) {
+  for (std::size_t y = 1; y + 1 < h; ++y) {
+    const std::size_t found = extrema_in_row(below, here, above, w, y, threshold, columns);
+    for (std::size_t k = 0; k < found; ++k) {
+      if (candidates.size() == candidates.capacity()) return;  // the work area is full
+      candidates.push_back({static_cast<uint32_t>(y * w + columns[k]), level});
+    }
+  }
+}
+
+// The first and second derivatives of D at an inner sample.
+struct local_fit {
+  double g[3];     // d/dx, d/dy, d/ds
+  double h[3][3];  // Hessian
+  double value;
+};
+
+local_fit fit_at(const octave_planes& planes, int64_t x, int64_t y, std::size_t l) {
+  const auto d = [&](std::size_t level, int64_t dx, int64_t dy) {
+    return static_cast<double>(planes.difference(level, x + dx, y + dy));
+  };
+  local_fit f;
+  f.value = d(l, 0, 0);
+  f.g[0] = 0.5 * (d(l, 1, 0) - d(l, -1, 0));
+  f.g[1] = 0.5 * (d(l, 0, 1) - d(l, 0, -1));
+  f.g[2] = 0.5 * (d(l + 1, 0, 0) - d(l - 1, 0, 0));
+  f.h[0][0] = d(l, 1, 0) + d(l, -1, 0) - 2.0 * f.value;
+  f.h[1][1] = d(l, 0, 1) + d(l, 0, -1) - 2.0 * f.value;
+  f.h[2][2] = d(l + 1, 0, 0) + d(l - 1, 0, 0) - 2.0 * f.value;
+  f.h[0][1] = f.h[1][0] = 0.25 * (d(l, 1, 1) - d(l, -1, 1) - d(l, 1, -1) + d(l, -1, -1));
+  f.h[0][2] = f.h[2][0] = 0.25 * (d(l + 1, 1, 0) - d(l + 1, -1, 0) - d(l - 1, 1, 0) + d(l - 1, -1, 0));
+  f.h[1][2] = f.h[2][1] = 0.25 * (d(l + 1, 0, 1) - d(l + 1, 0, -1) - d(l - 1, 0, 1) + d(l - 1, 0, -1));
+  return f;
+}
+
+// Solves H offset = -g by Cramer's rule; false for a singular Hessian.
+bool quadratic_offset(const local_fit& f, double offset[3]) {
+  const auto& h = f.h;
+  const double det = h[0][0] * (h[1][1] * h[2][2] - h[1][2] * h[2][1]) -
+                     h[0][1] * (h[1][0] * h[2][2] - h[1][2] * h[2][0]) +
+                     h[0][2] * (h[1][0] * h[2][1] - h[1][1] * h[2][0]);
+  if (det == 0.0 || !std::isfinite(det)) return false;
+  for (int c = 0; c < 3; ++c) {
+    double m[3][3];
+    for (int r = 0; r < 3; ++r) {
+      for (int k = 0; k < 3; ++k) m[r][k] = k == c ? -f.g[r] : h[r][k];
+    }
+    offset[c] = (m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) - m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                 m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0])) /
+                det;
+  }
+  return true;
+}
+
+struct detection_limits {
+  uint64_t levels;  // S
+  float contrast;
+  float edge;
+};
+
+// The sub-sample position of a converged fit, with the contrast and edge
+// tests.
+bool accept(const local_fit& f, const double offset[3], int64_t x, int64_t y, int64_t l,
+            const detection_limits& limits, sift_extremum& result) {
+  const double contrast = f.value + 0.5 * (f.g[0] * offset[0] + f.g[1] * offset[1] + f.g[2] * offset[2]);
+  if (std::fabs(contrast) < limits.contrast) return false;
+  const double trace = f.h[0][0] + f.h[1][1];
+  const double det = f.h[0][0] * f.h[1][1] - f.h[0][1] * f.h[1][0];
+  if (det <= 0.0 || trace * trace >= limits.edge * det) return false;
+  result = {static_cast<float>(x + offset[0]), static_cast<float>(y + offset[1]),
+            static_cast<float>(l + offset[2]), static_cast<float>(std::fabs(contrast))};
+  return true;
+}
+
+// The integer nearest to a bounded offset, halves away from zero.
+int64_t nearest(double offset) { return static_cast<int64_t>(offset + (offset < 0.0 ? -0.5 : 0.5)); }
+
+// Moves the candidate to the sample nearest the quadratic's extremum until
+// the offset is within half a sample in each direction, then applies the
+// contrast and edge tests. The levels' blur steps are not exactly
+// geometric, so a fit can send the search back and forth between two
+// neighbouring levels; the extremum then lies between them, and the fit is
+// taken where it is, its offset held to half a sample.
+bool refine(const octave_planes& planes, const detection_limits& limits, sift_candidate candidate,
+            sift_extremum& result, int64_t& final_index, std::size_t& final_level) {
+  const auto w = static_cast<uint64_t>(planes.width());
+  int64_t x = static_cast<int64_t>(candidate.position % w), y = static_cast<int64_t>(candidate.position / w);
+  auto l = static_cast<int64_t>(candidate.level);
+  int64_t previous[3] = {-1, -1, -1};
+  for (int step = 0; step < refinement_steps; ++step) {
+    const local_fit f = fit_at(planes, x, y, static_cast<std::size_t>(l));
+    double offset[3];
+    if (!quadratic_offset(f, offset)) return false;
+    const auto moves = [](double d) { return std::fabs(d) >= 0.5; };
+    const int64_t next[3] = {x + nearest(offset[0]), y + nearest(offset[1]), l + nearest(offset[2])};
+    const bool returning = next[0] == previous[0] && next[1] == previous[1] && next[2] == previous[2];
+    if (returning) {
+      for (double& d : offset) d = std::clamp(d, -0.5, 0.5);
+    }
+    if (returning || (!moves(offset[0]) && !moves(offset[1]) && !moves(offset[2]))) {
+      if (!accept(f, offset, x, y, l, limits, result)) return false;
+      final_index = y * planes.width() + x;
+      final_level = static_cast<std::size_t>(l);
+      return true;
+    }
+    if (std::fabs(offset[0]) > planes.width() || std::fabs(offset[1]) > planes.height() ||
+        std::fabs(offset[2]) > static_cast<double>(limits.levels)) {
+      return false;
+    }
+    previous[0] = x;
+    previous[1] = y;
+    previous[2] = l;
+    x = next[0];
+    y = next[1];
+    l = next[2];
+    if (x < 1 || y < 1 || x > planes.width() - 2 || y > planes.height() - 2 || l < 1 ||
+        l > static_cast<int64_t>(limits.levels)) {
+      return false;
+    }
+  }
+  return false;
+}
+
+// The extrema of one octave into extrema_list_a. The three work planes hold
+// the differences below, at and above the level being searched.
+void detect_octave(scale_space& record, uint64_t octave, const detection_limits& limits) {
+  const octave_planes planes(record, octave);
+  if (planes.width() < 3 || planes.height() < 3) return;
+  const std::size_t samples = static_cast<std::size_t>(planes.width() * planes.height());
+  std::fill_n(record.pixel_flags.data(), samples, uint8_t{0});
+
+  // The work planes have the first octave's size; later octaves use their start.
+  float* differences[3] = {record.work_image_a.samples, record.work_image_b.samples, record.work_image_c.samples};
+  const auto w = static_cast<std::size_t>(planes.width()), h = static_cast<std::size_t>(planes.height());
+  record.candidate_list.clear();
+  std::vector<uint32_t> row_extrema(w);
+  uint32_t* const columns = row_extrema.data();
+  difference_plane(planes.level(1), planes.level(0), planes.gain(0), differences[0]);
+  difference_plane(planes.level(2), planes.level(1), planes.gain(1), differences[1]);
+  for (uint64_t l = 1; l <= limits.levels; ++l) {
+    difference_plane(planes.level(l + 2), planes.level(l + 1), planes.gain(l + 1), differences[2]);
+    find_candidates(differences[0], differences[1], differences[2], w, h, static_cast<uint32_t>(l),
+                    candidate_share * limits.contrast, columns, record.candidate_list);
+    std::rotate(differences, differences + 1, differences + 3);
+  }
+
+  for (const sift_candidate& candidate : record.candidate_list) {
+    sift_extremum extremum;
+    int64_t index = 0;
+    std::size_t level = 0;
+    if (!refine(planes, limits, candidate, extremum, index, level)) continue;
+    // Several candidates can converge on one sample and level: keep the first.
+    uint8_t& flags = record.pixel_flags[static_cast<std::size_t>(index)];
+    const auto bit = static_cast<uint8_t>(1u << std::min<std::size_t>(level, 7));
+    if (flags & bit) continue;
+    flags |= bit;
+    if (record.extrema_list_a.size() == record.extrema_list_a.capacity()) return;
+    record.extrema_list_a.push_back(extremum);
+  }
+}
+
+// Keeps the `target` strongest extrema, in their order; of equal responses
+// at the cut, the earlier ones.
+void keep_strongest(scale_space& record, octave_starts& starts, std::size_t octaves, std::size_t target) {
+  auto& extrema = record.extrema_list_a;
+  if (extrema.size() <= target) return;
+  auto& responses = record.extrema_list_b;
+  responses.assign(extrema.begin(), extrema.end());
+  const auto stronger = [](const sift_extremum& a, const sift_extremum& b) { return a.response > b.response; };
+  std::nth_element(responses.begin(), responses.begin() + static_cast<std::ptrdiff_t>(target - 1),
+                   responses.end(), stronger);
+  const float cut = responses[target - 1].response;
+  const auto above_cut = static_cast<std::size_t>(
+      std::count_if(extrema.begin(), extrema.end(), [&](const sift_extremum& e) { return e.response > cut; }));
+  std::size_t ties_left = target - above_cut;
+
+  std::size_t kept = 0;
+  for (std::size_t o = 0; o < octaves; ++o) {
+    const std::size_t begin = starts[o], end = starts[o + 1];
+    starts[o] = kept;
+    for (std::size_t i = begin; i < end; ++i) {
+      const bool keep = extrema[i].response > cut || (extrema[i].response == cut && ties_left > 0);
+      if (!keep) continue;
+      if (extrema[i].response == cut) --ties_left;
+      extrema[kept++] = extrema[i];
+    }
+  }
+  starts[octaves] = kept;
+  extrema.resize(kept);
+}
+
+// Lowe's orientation histogram: 36 bins of gradient directions around the
+// keypoint, weighted by magnitude and a Gaussian of orientation_sigma_factor
+// times its scale, smoothed; every peak within 80 % of the highest gives an
+// orientation, refined by a parabola through the peak and its neighbours.
+std::size_t dominant_orientations(const octave_planes& planes, const scale_space& record,
+                                  const sift_extremum& extremum, float angles[orientation_bins]) {
+  const auto level_index = static_cast<std::size_t>(std::lround(extremum.level));
+  const float_image& plane = planes.level(level_index);
+  const float window_sigma = record.orientation_sigma_factor * planes.sigma_at(extremum.level);
+  const auto radius = static_cast<int64_t>(std::lround(3.0f * window_sigma));
+  const gaussian_profile profile(radius, -1.0f / (2.0f * window_sigma * window_sigma));
+  const int64_t cx = std::lround(extremum.x), cy = std::lround(extremum.y);
+
+  std::array<float, orientation_bins> histogram{};
+  for_each_gradient(plane, cx, cy, radius, [&](int64_t i, int64_t j, float magnitude, float direction) {
+    const auto bin = std::min(static_cast<std::size_t>(direction * (orientation_bins / two_pi)), orientation_bins - 1);
+    histogram[bin] += profile(i) * profile(j) * magnitude;
+  });
+  for (int pass = 0; pass < orientation_smoothing_passes; ++pass) {
+    const float first = histogram[0];
+    float previous = histogram[orientation_bins - 1];
+    for (std::size_t b = 0; b < orientation_bins; ++b) {
+      const float next = b + 1 < orientation_bins ? histogram[b + 1] : first;
+      const float current = histogram[b];
+      histogram[b] = (previous + current + next) / 3.0f;
+      previous = current;
+    }
+  }
+  const float highest = *std::max_element(histogram.begin(), histogram.end());
+  std::size_t count = 0;
+  for (std::size_t b = 0; b < orientation_bins; ++b) {
+    const float left = histogram[(b + orientation_bins - 1) % orientation_bins];
+    const float right = histogram[(b + 1) % orientation_bins];
+    const float centre = histogram[b];
+    if (!(centre > left && centre > right && centre >= orientation_peak_ratio * highest)) continue;
+    const float offset = 0.5f * (left - right) / (left - 2.0f * centre + right);
+    angles[count++] = wrap_angle((static_cast<float>(b) + 0.5f + offset) * (two_pi / orientation_bins));
+  }
+  return count;
+}
+
+void orient_octave(scale_space& record, uint64_t octave, std::size_t begin, std::size_t end) {
+  const octave_planes planes(record, octave);
+  auto& keypoints = record.keypoints[octave];
+  for (std::size_t i = begin; i < end; ++i) {
+    const sift_extremum& extremum = record.extrema_list_a[i];
+    float angles[orientation_bins];
+    const std::size_t count = dominant_orientations(planes, record, extremum, angles);
+    for (std::size_t a = 0; a < count; ++a) {
+      if (keypoints.size() == keypoints.capacity()) return;
+      keypoints.push_back({extremum.x, extremum.y, extremum.level, angles[a]});
+    }
+  }
+}
+
+void detect_record(scale_space& record) {
+  const detection_limits limits{record.levels_per_octave, record.contrast_threshold, record.edge_threshold};
+  const std::size_t octaves = std::min<std::size_t>(record.octave_count, octave_limit);
+  record.extrema_list_a.clear();
+  for (auto& list : record.keypoints) list.clear();
+  if (record.levels_per_octave == 0 || record.levels_per_octave > 7) return;
+
+  octave_starts starts{};
+  for (std::size_t o = 0; o < octaves; ++o) {
+    starts[o] = record.extrema_list_a.size();
+    detect_octave(record, o, limits);
+  }
+  starts[octaves] = record.extrema_list_a.size();
+  keep_strongest(record, starts, octaves, static_cast<std::size_t>(std::max<uint64_t>(record.keypoint_target, 1)));
+  for (std::size_t o = 0; o < octaves; ++o) orient_octave(record, o, starts[o], starts[o + 1]);
+}
+
+}  // namespace
+
+void detect_keypoints(std::vector<scale_space>* batch) {
+  const auto count = static_cast<std::ptrdiff_t>(batch->size());
+#pragma omp parallel for schedule(dynamic, 1)
+  for (std::ptrdiff_t r = 0; r < count; ++r) detect_record((*batch)[static_cast<std::size_t>(r)]);
+}
+
+}  // namespace host

@@ -1,0 +1,125 @@
+// Feature extraction as the aligner runs it: batches, the per-frame records,
+// the packed descriptors, and independence from threads and batch sizes.
+#include <gtest/gtest.h>
+#include <omp.h>
+
+#include <cstring>
+#include <random>
+
+#include "feature_test_support.h"
+#include "host/ostrel.h"
+#include "photographs.h"
+
+namespace {
+
+using namespace test_support;
+
+// Blobs of several sizes on a noisy ramp: plenty of keypoints at every scale.
+grey_image textured(int width, int height, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::uniform_real_distribution<double> position(0.0, 1.0);
+  std::vector<double> field(static_cast<std::size_t>(width) * height, 60.0);
+  for (int b = 0; b < width * height / 300; ++b) {
+    const double cx = position(generator) * width, cy = position(generator) * height;
+    const double s = 1.5 + 6.0 * position(generator), a = position(generator) > 0.5 ? 120.0 : -50.0;
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        const double d2 = (x - cx) * (x - cx) + (y - cy) * (y - cy);
+        if (d2 < 16 * s * s) field[y * width + x] += a * std::exp(-d2 / (2 * s * s));
+      }
+    }
+  }
+  grey_image image{width, height, {}};
+  for (const double v : field) image.samples.push_back(static_cast<uint8_t>(std::clamp(v, 0.0, 255.0)));
+  return image;
+}
+
+TEST(ExtractFeatures, a_single_frame_is_not_worth_features) {
+  grey_image image = textured(64, 48, 1);
+  EXPECT_TRUE(features_of({image.frame()}).empty());
+}
+
+TEST(ExtractFeatures, records_carry_sizes_centres_positions_and_packed_descriptors) {
+  grey_image a = textured(160, 120, 2), blank{4, 3, std::vector<uint8_t>(12, 90)}, b = textured(120, 160, 3);
+  MultiViewParams params;
+  MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+  AlignFrame frames[3] = {a.frame(7), blank.frame(8), b.frame(9)};
+  frames[1].reduction_level = 2;
+  extract_features(aligner, {frames[0], frames[1], frames[2]});
+
+  ASSERT_EQ(3u, aligner.frame_count);
+  EXPECT_EQ((std::vector<int32_t>{7, 8, 9}), aligner.sheet_ids);
+  EXPECT_EQ((std::vector<int16_t>{0, 2, 0}), aligner.reduction_levels);
+  EXPECT_EQ((FrameRect{0, 0, 3, 4}), aligner.frame_rects[1]);
+  EXPECT_EQ((FrameRect{0, 0, 160, 120}), aligner.frame_rects[2]);
+
+  const frame_features& empty = *aligner.features[1];
+  EXPECT_EQ(1u, empty.frame_position);
+  EXPECT_EQ(1.5, empty.center_x);
+  EXPECT_EQ(1.0, empty.center_y);
+  EXPECT_TRUE(empty.features.empty());
+  EXPECT_TRUE(empty.feature_points.empty());
+  EXPECT_EQ(16u, empty.packed_descriptors.size());
+  EXPECT_EQ(nullptr, descriptors_of(empty));
+
+  for (const std::size_t f : {0u, 2u}) {
+    const frame_features& record = *aligner.features[f];
+    const std::size_t n = record.features.size();
+    ASSERT_GT(n, 20u);
+    EXPECT_EQ(f, record.frame_position);
+    EXPECT_EQ(1u, record.ref_count);  // held by the aligner alone
+    ASSERT_EQ(n, record.feature_points.size());
+    EXPECT_EQ(128 * n + 16, record.packed_descriptors.size());
+    const uint8_t* packed = descriptors_of(record);
+    EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(packed) % 16);
+    for (std::size_t i = 0; i < n; ++i) {
+      EXPECT_EQ(&record.features[i], record.feature_points[i]);
+      EXPECT_EQ(0, std::memcmp(record.features[i].descriptor, packed + 128 * i, 128));
+      EXPECT_GE(record.features[i].x, 0.0);
+      EXPECT_LE(record.features[i].x, record.width - 1);
+    }
+    EXPECT_EQ(reinterpret_cast<const uint8_t*>(record.feature_points[1]) - reinterpret_cast<const uint8_t*>(record.feature_points[0]), 184);
+  }
+}
+
+TEST(ExtractFeatures, features_do_not_depend_on_threads_or_batch_sizes) {
+  std::vector<grey_image> images;
+  for (unsigned i = 0; i < 5; ++i) images.push_back(textured(140 + 10 * static_cast<int>(i), 110, 10 + i));
+  std::vector<AlignFrame> frames;
+  for (std::size_t i = 0; i < images.size(); ++i) frames.push_back(images[i].frame(static_cast<int32_t>(i)));
+
+  const int threads = omp_get_max_threads();
+  const auto run = [&](int thread_count, int batch) {
+    omp_set_num_threads(thread_count);
+    OstrelSetBatchSize(batch);
+    auto features = features_of(frames);
+    omp_set_num_threads(threads);
+    OstrelSetBatchSize(0);
+    return features;
+  };
+  const auto reference = run(1, 1);
+  for (const auto& [thread_count, batch] : {std::pair{2, 1}, std::pair{2, 2}, std::pair{1, 3}, std::pair{2, 5}, std::pair{4, 4}}) {
+    const auto features = run(thread_count, batch);
+    ASSERT_EQ(reference.size(), features.size());
+    for (std::size_t f = 0; f < features.size(); ++f) {
+      const auto& a = reference[f]->features;
+      const auto& b = features[f]->features;
+      ASSERT_EQ(a.size(), b.size()) << thread_count << " threads, batch " << batch;
+      EXPECT_EQ(0, std::memcmp(a.data(), b.data(), a.size() * sizeof(feature_record)))
+          << thread_count << " threads, batch " << batch << ", frame " << f;
+    }
+  }
+}
+
+TEST(ExtractFeatures, the_small_budget_keeps_to_the_first_octave) {
+  grey_image a = textured(200, 150, 4), b = textured(200, 150, 5);
+  AlignFrame small = a.frame(0), full = b.frame(1);
+  small.feature_mode = 1;
+  const auto features = features_of({small, full});
+  for (const feature_record& f : features[0]->features) EXPECT_EQ(0.0, f.detector_data[0]);
+  bool coarser = false;
+  for (const feature_record& f : features[1]->features) coarser |= f.detector_data[0] > 0.0;
+  EXPECT_TRUE(coarser);
+}
+
+}  // namespace

@@ -1,0 +1,67 @@
+// Both roads of the separable filter compute the same sums with edge
+// replication, horizontal pass first.
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "features/gaussian_kernel.h"
+#include "features/separable_filter.h"
+
+namespace {
+
+std::vector<float> random_plane(std::size_t width, std::size_t height, unsigned seed) {
+  std::mt19937 generator(seed);
+  std::uniform_real_distribution<float> value(0.0f, 1.0f);
+  std::vector<float> plane(width * height);
+  for (float& sample : plane) sample = value(generator);
+  return plane;
+}
+
+TEST(SeparableFilter, a_small_case_by_hand) {
+  // [0.25 0.5 0.25] on the rows [1 2 3] and [5 6 7]: the rows become
+  // [1.25 2 2.75] and [5.25 6 6.75], then the columns mix them.
+  const float taps[3] = {0.25f, 0.5f, 0.25f};
+  const std::vector<float> source = {1, 2, 3, 5, 6, 7};
+  std::vector<float> plain(6), hosted(6);
+  separable_filter_plain(source.data(), 3, 2, 12, taps, 3, 1, plain.data(), 12);
+  separable_filter(source.data(), 3, 2, 12, taps, 3, 1, hosted.data(), 12);
+  const std::vector<float> expected = {2.25f, 3.0f, 3.75f, 4.25f, 5.0f, 5.75f};
+  EXPECT_EQ(expected, plain);
+  EXPECT_EQ(expected, hosted);
+}
+
+TEST(SeparableFilter, the_host_kernels_give_the_plain_loops_bits_for_every_tap_count) {
+  const std::pair<std::size_t, std::size_t> sizes[] = {{37, 23}, {1, 1}, {1, 19}, {19, 1}, {64, 8}, {9, 70}};
+  for (std::size_t taps = 2; taps <= 17; ++taps) {
+    std::vector<float> kernel(taps);
+    for (std::size_t t = 0; t < taps; ++t) kernel[t] = 1.0f / static_cast<float>(taps) + 0.01f * static_cast<float>(t % 3);
+    for (const auto& [width, height] : sizes) {
+      const std::vector<float> source = random_plane(width + 3, height, static_cast<unsigned>(taps * 100 + width));
+      const std::size_t source_row_bytes = (width + 3) * sizeof(float);
+      std::vector<float> plain(width * height), hosted(width * height);
+      separable_filter_plain(source.data(), width, height, source_row_bytes, kernel.data(), taps, taps / 2,
+                             plain.data(), width * sizeof(float));
+      separable_filter(source.data(), width, height, source_row_bytes, kernel.data(), taps, taps / 2,
+                       hosted.data(), width * sizeof(float));
+      ASSERT_EQ(plain, hosted) << taps << " taps, " << width << " x " << height;
+    }
+  }
+}
+
+TEST(SeparableFilter, a_flat_plane_stays_flat_and_one_tap_scales_by_its_square) {
+  const gaussian_kernel kernel(1.5450082f);
+  const std::vector<float> flat(40 * 30, 1.0f);
+  std::vector<float> out(40 * 30);
+  separable_filter(flat.data(), 40, 30, 160, kernel.taps.get(), kernel.length, kernel.half(), out.data(), 160);
+  for (const float sample : out) EXPECT_NEAR(1.0f, sample, 1e-6f);
+
+  const float tap = 0.5f;
+  const std::vector<float> source = {2.0f, 4.0f};
+  std::vector<float> scaled(2);
+  separable_filter(source.data(), 2, 1, 8, &tap, 1, 0, scaled.data(), 8);
+  EXPECT_EQ(0.5f, scaled[0]);
+  EXPECT_EQ(1.0f, scaled[1]);
+}
+
+}  // namespace

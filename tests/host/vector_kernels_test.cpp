@@ -1,0 +1,130 @@
+// The host's vector kernels give the bits of their portable twins, and the
+// portable twins compute what they promise.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include "host/cpu_support.h"
+#include "host/extremum_kernels.h"
+#include "host/filter_kernels.h"
+#include "host/gradient_kernels.h"
+
+namespace {
+
+std::vector<float> random_floats(std::size_t count, unsigned seed, float low = -1.0f, float high = 1.0f) {
+  std::mt19937 generator(seed);
+  std::uniform_real_distribution<float> value(low, high);
+  std::vector<float> values(count);
+  for (float& v : values) v = value(generator);
+  return values;
+}
+
+class VectorKernels : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!host::cpu_has_avx2()) GTEST_SKIP() << "this processor has no AVX2: only the portable kernels run";
+  }
+};
+
+TEST_F(VectorKernels, row_filter_equals_the_portable_loop_at_every_width_and_tap_count) {
+  for (std::size_t taps = 1; taps <= 17; ++taps) {
+    const std::vector<float> table = random_floats(taps, static_cast<unsigned>(taps), 0.0f, 0.3f);
+    for (const std::size_t width : {1u, 7u, 8u, 31u, 32u, 33u, 100u, 761u}) {
+      const std::vector<float> line = random_floats(width + taps - 1, static_cast<unsigned>(width + taps));
+      std::vector<float> vector_output(width), portable_output(width);
+      host::convolve_row(line.data(), line.size(), table.data(), taps, taps / 2, vector_output.data());
+      host::convolve_row_portable(line.data(), width, table.data(), taps, portable_output.data());
+      ASSERT_EQ(portable_output, vector_output) << taps << " taps, width " << width;
+    }
+  }
+}
+
+TEST_F(VectorKernels, transposition_equals_the_portable_one_and_is_a_transposition) {
+  for (const auto& [width, height] : {std::pair<std::size_t, std::size_t>{1, 1}, {8, 8}, {13, 29}, {64, 3}, {100, 77}}) {
+    const std::size_t source_stride = width + 5;
+    const std::vector<float> source = random_floats(source_stride * height, static_cast<unsigned>(width * height));
+    std::vector<float> vector_result(width * (height + 2), 0.0f), portable_result(width * (height + 2), 0.0f);
+    const std::size_t destination_bytes = (height + 2) * sizeof(float);
+    host::transpose_plane(vector_result.data(), destination_bytes, source.data(), source_stride * sizeof(float), width, height);
+    host::transpose_plane_portable(portable_result.data(), destination_bytes, source.data(),
+                                   source_stride * sizeof(float), width, height);
+    ASSERT_EQ(portable_result, vector_result) << width << " x " << height;
+    for (std::size_t y = 0; y < height; ++y) {
+      for (std::size_t x = 0; x < width; ++x) ASSERT_EQ(source[y * source_stride + x], vector_result[x * (height + 2) + y]);
+    }
+  }
+}
+
+TEST_F(VectorKernels, gradients_equal_the_portable_ones_including_flat_and_axis_cases) {
+  const std::size_t width = 45, height = 5;
+  std::vector<float> plane = random_floats(width * height, 3, 0.0f, 1.0f);
+  // Flat, and purely horizontal and vertical gradients of both signs.
+  for (std::size_t x = 0; x < 12; ++x) plane[x] = plane[width + x] = plane[2 * width + x] = 0.5f;
+  plane[2 * width + 20] = plane[2 * width + 22] = 0.25f;
+  std::vector<float> magnitude(width - 2), direction(width - 2), portable_magnitude(width - 2), portable_direction(width - 2);
+  host::gradient_row(plane.data(), width, 2, 1, width - 2, magnitude.data(), direction.data());
+  host::gradient_row_portable(plane.data(), width, 2, 1, width - 2, portable_magnitude.data(), portable_direction.data());
+  EXPECT_EQ(portable_magnitude, magnitude);
+  EXPECT_EQ(portable_direction, direction);
+}
+
+TEST_F(VectorKernels, extrema_equal_the_portable_search) {
+  const std::size_t width = 67, height = 40;
+  const std::vector<float> below = random_floats(width * height, 4), here = random_floats(width * height, 5),
+                           above = random_floats(width * height, 6);
+  std::vector<uint32_t> vector_found(width), portable_found(width);
+  std::size_t total = 0;
+  for (std::size_t y = 1; y + 1 < height; ++y) {
+    const std::size_t a = host::extrema_in_row(below.data(), here.data(), above.data(), width, y, 0.3f, vector_found.data());
+    const std::size_t b = host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, y, 0.3f, portable_found.data());
+    ASSERT_EQ(b, a) << "row " << y;
+    for (std::size_t k = 0; k < a; ++k) ASSERT_EQ(portable_found[k], vector_found[k]);
+    total += a;
+  }
+  EXPECT_GT(total, 10u);
+}
+
+TEST(GradientKernel, directions_are_within_a_ten_thousandth_of_a_radian) {
+  const std::size_t width = 3;
+  double worst = 0.0;
+  for (int k = 0; k < 3600; ++k) {
+    const double angle = k * (2.0 * M_PI / 3600.0) + 1e-4;
+    // A 3 x 3 plane whose central differences are (cos, sin) of the angle.
+    std::vector<float> plane(9, 0.0f);
+    plane[5] = static_cast<float>(std::cos(angle));
+    plane[7] = static_cast<float>(std::sin(angle));
+    float magnitude = 0.0f, direction = 0.0f;
+    host::gradient_row_portable(plane.data(), width, 1, 1, 1, &magnitude, &direction);
+    EXPECT_NEAR(1.0f, magnitude, 1e-6f);
+    double error = std::fabs(direction - angle);
+    worst = std::max(worst, std::min(error, 2.0 * M_PI - error));
+    ASSERT_GE(direction, 0.0f);
+    ASSERT_LT(direction, static_cast<float>(2.0 * M_PI));
+  }
+  EXPECT_LT(worst, 1e-4);
+  float magnitude = 1.0f, direction = 1.0f;
+  const std::vector<float> flat(9, 0.3f);
+  host::gradient_row_portable(flat.data(), width, 1, 1, 1, &magnitude, &direction);
+  EXPECT_EQ(0.0f, magnitude);
+  EXPECT_EQ(0.0f, direction);
+}
+
+TEST(ExtremumKernel, finds_strict_extrema_beyond_the_threshold_only) {
+  const std::size_t width = 5, height = 3;
+  std::vector<float> below(width * height, 0.0f), here(width * height, 0.0f), above(width * height, 0.0f);
+  here[1 * width + 1] = 0.5f;   // a maximum
+  here[1 * width + 3] = -0.5f;  // a minimum
+  above[1 * width + 2] = 0.1f;
+  std::vector<uint32_t> found(width);
+  ASSERT_EQ(2u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.2f, found.data()));
+  EXPECT_EQ(1u, found[0]);
+  EXPECT_EQ(3u, found[1]);
+  EXPECT_EQ(0u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.5f, found.data()));
+  above[1 * width + 1] = 0.5f;  // a tie is not an extremum
+  EXPECT_EQ(1u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.2f, found.data()));
+}
+
+}  // namespace
