@@ -13,14 +13,8 @@
 
 #include "features/float_image.h"
 #include "host/sift_records.h"
+#include "host/vector_slot.h"
 #include "sources/align_frame.h"
-
-// A vector in the 32-byte slot of the record layout.
-template <class T>
-struct vector_slot : std::vector<T> {
-  using std::vector<T>::vector;
-  uint64_t unused = 0;
-};
 
 struct scale_space {
   static constexpr uint64_t full_octave_count = 5;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "host/ostrel.h"
 
@@ -46,6 +47,12 @@ void load_suite(suite_id suite) {
 host_function slot(suite_id suite, std::size_t index) {
   auto [table, count] = table_of(suite);
   return index < count ? table[index] : nullptr;
+}
+
+host_function exchange_slot(suite_id suite, std::size_t index, host_function function) {
+  auto [table, count] = table_of(suite);
+  if (index >= count) missing_entry(suite, index);
+  return std::exchange(table[index], function);
 }
 
 void missing_entry(suite_id suite, std::size_t index) {

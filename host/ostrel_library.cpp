@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <array>
 
+#include "host/descriptor_kernels.h"
 #include "host/filter_kernels.h"
 #include "host/histogram.h"
 #include "host/keypoint_jobs.h"
+#include "host/match_batch.h"
 #include "host/ostrel.h"
 #include "host/plane_reduction.h"
 
@@ -53,6 +55,8 @@ struct provided_suites {
     filt.install(host::histogram_entry, &host::histogram);
     for (const auto& entry : host::row_filter_entries) filt.install(entry, &host::convolve_row);
     filt.install(host::transpose_entry, &host::transpose_plane);
+    filt.install(host::descriptor_distance_entry, &host::descriptor_distance);
+    filt.install(host::match_batch_entry, &host::match_batch);
     filt.install(host::detect_keypoints_entry, &host::detect_keypoints);
     filt.install(host::describe_keypoints_entry, &host::describe_keypoints);
   }

@@ -10,6 +10,7 @@
 
 struct scale_space;
 struct feature_record;
+struct match_job;
 
 namespace host {
 
@@ -59,6 +60,10 @@ inline constexpr suite_entry<reduce_plane_function> reduce_plane_entry{suite_id:
 using histogram_function = void(const uint8_t*, int32_t, int32_t, int32_t, uint64_t*);
 inline constexpr suite_entry<histogram_function> histogram_entry{suite_id::filt, 130};
 
+// filt 188: the L1 distance of two 128-byte descriptors.
+using descriptor_distance_function = uint32_t(const uint8_t*, const uint8_t*);
+inline constexpr suite_entry<descriptor_distance_function> descriptor_distance_entry{suite_id::filt, 188};
+
 // filt 191 to 194: the row filter kernels for kernel tables with rows of 8,
 // 12, 16 and 20 floats. Arguments: padded line, its length, kernel table, tap
 // count, half length, output row.
@@ -71,6 +76,10 @@ inline constexpr suite_entry<row_filter_function> row_filter_entries[4] = {
 // height.
 using transpose_function = void(float*, std::size_t, const float*, std::size_t, std::size_t, std::size_t);
 inline constexpr suite_entry<transpose_function> transpose_entry{suite_id::filt, 195};
+
+// filt 196: matches every pair of descriptor arrays of a batch of jobs.
+using match_batch_function = void(std::vector<match_job>*);
+inline constexpr suite_entry<match_batch_function> match_batch_entry{suite_id::filt, 196};
 
 // filt 198: finds the keypoints of every record of a batch of pyramids.
 using detect_keypoints_function = void(std::vector<scale_space>*);

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "features/extract_features.h"
+#include "matching/match_all_pairs.h"
 #include "matching/pair_table.h"
 #include "sources/condition_frame.h"
 #include "sources/lacewright.h"
@@ -55,6 +56,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
   extract_features(aligner, usable.frames);
   // The frames' samples are not needed beyond extraction.
   usable.frames.clear();
+  if (aligner.frame_count != 0) match_all_pairs(aligner);
 
   switch (params->requested_type) {
     case transform_automatic:

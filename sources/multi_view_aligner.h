@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "features/frame_features.h"
+#include "matching/pair_matches.h"
+#include "matching/pair_table.h"
 #include "mvg/homography_type.h"
 #include "sources/align_frame.h"
 #include "sources/multi_view_params.h"
@@ -41,6 +43,7 @@ class MultiViewAligner {
   bool lens_option_b;
   FrameRect first_frame_rect;
   std::vector<frame_features_ptr> features;  // per usable frame
+  pair_table<pair_matches_ptr> pairs;          // the matches of every pair of frames
   MultiViewParams* params;                // not owned
   std::vector<int32_t> sheet_ids;         // `index` of each usable frame
   std::vector<int16_t> reduction_levels;  // `reduction_level` of each usable frame
