@@ -56,7 +56,7 @@ std::vector<grey_image> test_frames() {
 
 std::size_t extract(std::vector<AlignFrame>& frames) {
   MultiViewParams params;
-  MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
   extract_features(aligner, frames);
   std::size_t count = 0;
   for (const auto& f : aligner.features) count += f->features.size();
@@ -133,7 +133,7 @@ void print_quality() {
     grey_image warped = warp(original, h, original.width, original.height);
     std::vector<AlignFrame> pair = {original.frame(0), warped.frame(1)};
     MultiViewParams params;
-    MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
     extract_features(aligner, pair);
     const feature_quality q = measure_feature_quality(*aligner.features[0], *aligner.features[1], original, warped, h);
     std::printf("  %-14s repeatability %.3f (%zu of %zu/%zu)  two-way matches %4zu  precision %.3f\n",

@@ -43,7 +43,7 @@ std::vector<std::array<uint8_t, 128>> descriptor_pool() {
   for (const auto& path : all_photographs()) images.push_back(read_grey(path));
   for (std::size_t start = 0; start + 1 < images.size(); start += 2) {
     MultiViewParams params;
-    MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
     extract_features(aligner, {images[start].frame(0), images[start + 1].frame(1)});
     for (const auto& frame : aligner.features) {
       for (const feature_record& f : frame->features) {
@@ -114,7 +114,7 @@ double pair_stage_seconds(const std::vector<frame_features_ptr>& frames, int thr
   std::vector<double> times;
   for (int r = 0; r < 3; ++r) {
     MultiViewParams params;
-    MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
     aligner.features = frames;
     aligner.frame_count = frames.size();
     const auto start = clock_type::now();

@@ -4,10 +4,10 @@
 
 HomographyType TransformationTypeToHomographyType(int32_t type) {
   switch (type) {
-    case transform_translation: return HomographyType::translation;
-    case transform_rigid: return HomographyType::rigid;
-    case transform_similarity: return HomographyType::similarity;
-    case transform_affine: return HomographyType::affine;
+    case transform_translation: return homography_translation;
+    case transform_rigid: return homography_rigid;
+    case transform_similarity: return homography_similarity;
+    case transform_affine: return homography_affine;
     case transform_projective:
     case transform_automatic:
     case transform_cylindrical:
@@ -15,7 +15,7 @@ HomographyType TransformationTypeToHomographyType(int32_t type) {
     case 7:
     case 8:
     case 9:
-    case 11: return HomographyType::projective;
+    case 11: return homography_projective;
     default:
       throw std::invalid_argument("TransformationTypeToHomographyType(): unknown input type");
   }
@@ -23,11 +23,11 @@ HomographyType TransformationTypeToHomographyType(int32_t type) {
 
 int32_t HomographyTypeToTransformationType(HomographyType type, bool distortion) {
   switch (type) {
-    case HomographyType::translation: return transform_translation;
-    case HomographyType::rigid: return transform_rigid;
-    case HomographyType::similarity: return transform_similarity;
-    case HomographyType::affine: return transform_affine;
-    case HomographyType::projective: return distortion ? transform_projective_lens : transform_projective;
+    case homography_translation: return transform_translation;
+    case homography_rigid: return transform_rigid;
+    case homography_similarity: return transform_similarity;
+    case homography_affine: return transform_affine;
+    case homography_projective: return distortion ? transform_projective_lens : transform_projective;
     default:
       throw std::invalid_argument("HomographyTypeToTransformationType(): unknown input type");
   }

@@ -42,7 +42,7 @@ TEST(ExtractFeatures, a_single_frame_is_not_worth_features) {
 TEST(ExtractFeatures, records_carry_sizes_centres_positions_and_packed_descriptors) {
   grey_image a = textured(160, 120, 2), blank{4, 3, std::vector<uint8_t>(12, 90)}, b = textured(120, 160, 3);
   MultiViewParams params;
-  MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
   AlignFrame frames[3] = {a.frame(7), blank.frame(8), b.frame(9)};
   frames[1].reduction_level = 2;
   extract_features(aligner, {frames[0], frames[1], frames[2]});

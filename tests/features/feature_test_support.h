@@ -13,7 +13,7 @@ namespace test_support {
 // frames).
 inline std::vector<frame_features_ptr> features_of(const std::vector<AlignFrame>& frames) {
   MultiViewParams params;
-  MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
   extract_features(aligner, frames);
   return aligner.features;
 }

@@ -37,7 +37,7 @@ frame_features_ptr frame_with(std::size_t count, unsigned seed, std::size_t posi
 
 struct stage_run {
   MultiViewParams params;
-  MultiViewAligner aligner{params, HomographyType::projective, FrameRect{}, aligner_options{}};
+  MultiViewAligner aligner{params, homography_projective, FrameRect{}, aligner_options{}};
 
   explicit stage_run(const std::vector<std::size_t>& counts) {
     for (std::size_t f = 0; f < counts.size(); ++f) aligner.features.push_back(frame_with(counts[f], 11 + static_cast<unsigned>(f), f));
@@ -163,7 +163,7 @@ TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_after_p
   for (const auto& path : paths) images.push_back(read_grey(path));
   for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
   MultiViewParams params;
-  MultiViewAligner aligner(params, HomographyType::projective, FrameRect{}, aligner_options{});
+  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
   extract_features(aligner, frames);
   match_all_pairs(aligner);
   std::size_t total = 0;

@@ -13,7 +13,7 @@ TEST(MultiViewAligner, thresholds_follow_the_refinement_distortion_and_type_opti
   aligner_options options;
 
   params.requested_type = 1;
-  const MultiViewAligner plain(params, HomographyType::projective, first, options);
+  const MultiViewAligner plain(params, homography_projective, first, options);
   EXPECT_EQ(3.0, plain.pair_homography_threshold);
   EXPECT_EQ(3.0, plain.pair_rotation_threshold);
   EXPECT_EQ(2.0, plain.group_homography_threshold);
@@ -27,14 +27,14 @@ TEST(MultiViewAligner, thresholds_follow_the_refinement_distortion_and_type_opti
   EXPECT_EQ(&params, plain.params);
 
   options.estimate_distortion = true;
-  EXPECT_EQ(5.0, MultiViewAligner(params, HomographyType::projective, first, options).pair_rotation_threshold);
+  EXPECT_EQ(5.0, MultiViewAligner(params, homography_projective, first, options).pair_rotation_threshold);
   params.requested_type = 11;
-  const MultiViewAligner loose(params, HomographyType::projective, first, options);
+  const MultiViewAligner loose(params, homography_projective, first, options);
   EXPECT_EQ(7.0, loose.pair_homography_threshold);
   EXPECT_EQ(2.0, loose.group_homography_threshold);
 
   options.nonlinear_refine = false;
-  const MultiViewAligner linear(params, HomographyType::projective, first, options);
+  const MultiViewAligner linear(params, homography_projective, first, options);
   EXPECT_EQ(2.0, linear.pair_homography_threshold);
   EXPECT_EQ(2.0, linear.pair_rotation_threshold);
   EXPECT_TRUE(std::isnan(linear.group_rotation_threshold));

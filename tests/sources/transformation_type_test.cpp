@@ -20,12 +20,12 @@ void expect_invalid_argument(Call call, const char* message) {
 
 TEST(TransformationType, every_pipeline_and_output_form_estimates_projective_motion) {
   for (const int32_t type : {0, -1, 1, 2, 7, 8, 9, 11}) {
-    EXPECT_EQ(HomographyType::projective, TransformationTypeToHomographyType(type)) << type;
+    EXPECT_EQ(homography_projective, TransformationTypeToHomographyType(type)) << type;
   }
-  EXPECT_EQ(HomographyType::translation, TransformationTypeToHomographyType(3));
-  EXPECT_EQ(HomographyType::rigid, TransformationTypeToHomographyType(4));
-  EXPECT_EQ(HomographyType::similarity, TransformationTypeToHomographyType(5));
-  EXPECT_EQ(HomographyType::affine, TransformationTypeToHomographyType(6));
+  EXPECT_EQ(homography_translation, TransformationTypeToHomographyType(3));
+  EXPECT_EQ(homography_rigid, TransformationTypeToHomographyType(4));
+  EXPECT_EQ(homography_similarity, TransformationTypeToHomographyType(5));
+  EXPECT_EQ(homography_affine, TransformationTypeToHomographyType(6));
 }
 
 TEST(TransformationType, lens_projective_and_unknown_types_are_refused) {
@@ -36,13 +36,13 @@ TEST(TransformationType, lens_projective_and_unknown_types_are_refused) {
 }
 
 TEST(TransformationType, planar_kinds_convert_back_with_lens_distortion_choosing_10) {
-  EXPECT_EQ(3, HomographyTypeToTransformationType(HomographyType::translation, true));
-  EXPECT_EQ(4, HomographyTypeToTransformationType(HomographyType::rigid, false));
-  EXPECT_EQ(5, HomographyTypeToTransformationType(HomographyType::similarity, false));
-  EXPECT_EQ(6, HomographyTypeToTransformationType(HomographyType::affine, true));
-  EXPECT_EQ(0, HomographyTypeToTransformationType(HomographyType::projective, false));
-  EXPECT_EQ(10, HomographyTypeToTransformationType(HomographyType::projective, true));
-  for (const auto type : {HomographyType::scale, HomographyType::rotation, HomographyType{0},
+  EXPECT_EQ(3, HomographyTypeToTransformationType(homography_translation, true));
+  EXPECT_EQ(4, HomographyTypeToTransformationType(homography_rigid, false));
+  EXPECT_EQ(5, HomographyTypeToTransformationType(homography_similarity, false));
+  EXPECT_EQ(6, HomographyTypeToTransformationType(homography_affine, true));
+  EXPECT_EQ(0, HomographyTypeToTransformationType(homography_projective, false));
+  EXPECT_EQ(10, HomographyTypeToTransformationType(homography_projective, true));
+  for (const auto type : {homography_scale, homography_rotation, HomographyType{0},
                           HomographyType{8}}) {
     expect_invalid_argument([&] { HomographyTypeToTransformationType(type, false); },
                             "HomographyTypeToTransformationType(): unknown input type");
