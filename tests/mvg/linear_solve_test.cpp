@@ -5,18 +5,13 @@
 #include <cmath>
 #include <random>
 
+#include "random_matrix.h"
 #include "mvg/linear_solve.h"
 
 namespace {
 
-template <class T>
-dense_matrix<T> random_matrix(uint64_t rows, uint64_t cols, unsigned seed) {
-  std::mt19937 generator(seed);
-  std::uniform_real_distribution<double> value(-1.0, 1.0);
-  dense_matrix<T> m(rows, cols);
-  for (uint64_t i = 0; i < rows * cols; ++i) m.data[i] = static_cast<T>(value(generator));
-  return m;
-}
+using test_support::random_matrix;
+
 
 // A B^t + n I: symmetric and, with n large enough, positive definite.
 template <class T>

@@ -5,18 +5,13 @@
 #include <cmath>
 #include <random>
 
+#include "random_matrix.h"
 #include "mvg/svd.h"
 
 namespace {
 
-template <class T>
-dense_matrix<T> random_matrix(uint64_t rows, uint64_t cols, unsigned seed) {
-  std::mt19937 generator(seed);
-  std::uniform_real_distribution<double> value(-2.0, 2.0);
-  dense_matrix<T> m(rows, cols);
-  for (uint64_t i = 0; i < rows * cols; ++i) m.data[i] = static_cast<T>(value(generator));
-  return m;
-}
+using test_support::random_matrix;
+
 
 // The largest deviation of U S Vt from `a`, with k singular values.
 template <class T>
@@ -51,7 +46,7 @@ double orthonormality_error(const T* q, uint64_t rows, uint64_t cols, bool by_ro
 
 TEST(SvdFull, rebuilds_its_input_with_orthonormal_factors_in_both_forms_and_precisions) {
   for (const auto& [m, n] : {std::pair<uint64_t, uint64_t>{5, 3}, {3, 5}, {27, 9}, {4, 4}}) {
-    const auto a = random_matrix<double>(m, n, static_cast<unsigned>(m * 10 + n));
+    const auto a = random_matrix<double>(m, n, static_cast<unsigned>(m * 10 + n), 2.0);
     const uint64_t k = std::min(m, n);
     for (const bool economy : {true, false}) {
       const svd_full<double> d(a, 1e-8, economy);
@@ -65,7 +60,7 @@ TEST(SvdFull, rebuilds_its_input_with_orthonormal_factors_in_both_forms_and_prec
       EXPECT_LT(orthonormality_error(d.vt.data, d.vt.rows, n, true), 1e-12);
       for (uint64_t i = 1; i < k; ++i) EXPECT_GE(d.s[i - 1], d.s[i]);
     }
-    const auto af = random_matrix<float>(m, n, 3);
+    const auto af = random_matrix<float>(m, n, 3, 2.0);
     const svd_full<float> f(af, 0.0);
     ASSERT_FALSE(f.failed);
     EXPECT_LT(rebuild_error(af.data, m, n, f.u.data, f.u.cols, f.s.data, f.vt.data, k), 1e-4);
@@ -73,7 +68,7 @@ TEST(SvdFull, rebuilds_its_input_with_orthonormal_factors_in_both_forms_and_prec
 }
 
 TEST(SvdRight, gives_the_right_vectors_and_values_of_the_full_decomposition) {
-  const auto a = random_matrix<double>(27, 9, 8);
+  const auto a = random_matrix<double>(27, 9, 8, 2.0);
   const svd_right<double> right(a);
   const svd_full<double> full(a, 0.0);
   ASSERT_FALSE(right.failed);
@@ -81,21 +76,21 @@ TEST(SvdRight, gives_the_right_vectors_and_values_of_the_full_decomposition) {
   EXPECT_EQ(9u, right.vt.cols);
   EXPECT_EQ(9u, right.s.size);
   for (uint64_t i = 0; i < 9; ++i) EXPECT_NEAR(full.s[i], right.s[i], 1e-12);
-  const svd_right<double> three(random_matrix<double>(3, 3, 9));
+  const svd_right<double> three(random_matrix<double>(3, 3, 9, 2.0));
   EXPECT_EQ(3u, three.vt.rows);
   EXPECT_EQ(3u, three.s.size);
-  const svd_right<float> single(random_matrix<float>(6, 4, 10), false);
+  const svd_right<float> single(random_matrix<float>(6, 4, 10, 2.0), false);
   EXPECT_EQ(4u, single.vt.rows);
 }
 
 TEST(SvdFixed, small_row_major_shapes_come_back_row_major) {
-  const auto a3 = random_matrix<double>(3, 3, 11);
+  const auto a3 = random_matrix<double>(3, 3, 11, 2.0);
   double u[9], s[3], vt[36];
   ASSERT_TRUE(svd_3x3(a3.data, u, s, vt));
   EXPECT_LT(rebuild_error(a3.data, 3, 3, u, 3, s, vt, 3), 1e-12);
   EXPECT_LT(orthonormality_error(vt, 3, 3, true), 1e-12);
 
-  const auto a6 = random_matrix<double>(3, 6, 12);
+  const auto a6 = random_matrix<double>(3, 6, 12, 2.0);
   ASSERT_TRUE(svd_3x6(a6.data, u, s, vt));
   EXPECT_LT(rebuild_error(a6.data, 3, 6, u, 3, s, vt, 3), 1e-12);
   EXPECT_LT(orthonormality_error(vt, 6, 6, true), 1e-12);
