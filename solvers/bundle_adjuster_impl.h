@@ -1,0 +1,556 @@
+// The members of bundle_model; included by bundle_adjuster.h.
+#pragma once
+
+namespace bundle_detail {
+
+// out (ra x cb) += a^T b for the 2-row blocks a (2 x ra) and b (2 x cb).
+inline void add_transpose_product(double* out, const double* a, std::size_t ra, const double* b, std::size_t cb,
+                                  std::size_t out_stride, double sign = 1.0) {
+  for (std::size_t r = 0; r < ra; ++r) {
+    for (std::size_t c = 0; c < cb; ++c) out[r * out_stride + c] += sign * (a[r] * b[c] + a[ra + r] * b[cb + c]);
+  }
+}
+
+// out (2 x cb) = m (2 x 2) b (2 x cb).
+inline void product_2x2(const double* m, const double* b, std::size_t cb, double* out) {
+  for (std::size_t c = 0; c < cb; ++c) {
+    out[c] = m[0] * b[c] + m[1] * b[cb + c];
+    out[cb + c] = m[2] * b[c] + m[3] * b[cb + c];
+  }
+}
+
+// u^T m v for m (ru x cv) with row stride `stride`.
+inline double bilinear(const double* m, std::size_t stride, const double* u, std::size_t ru, const double* v,
+                       std::size_t cv) {
+  double sum = 0.0;
+  for (std::size_t r = 0; r < ru; ++r) {
+    double row = 0.0;
+    for (std::size_t c = 0; c < cv; ++c) row += m[r * stride + c] * v[c];
+    sum += u[r] * row;
+  }
+  return sum;
+}
+
+inline double difference_step(double value) {
+  const double h = std::fabs(value) * 1e-5;
+  return h == 0.0 ? 1e-5 : h;
+}
+
+}  // namespace bundle_detail
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::adjust(const shared_lens& start_shared, const std::vector<Camera>& start_cameras,
+                                        const std::vector<scene_point>& points,
+                                        const std::vector<scene_point>& fixed_points,
+                                        const std::vector<std::vector<scene_observation>>& observations,
+                                        const std::vector<std::vector<scene_observation>>& fixed_observations,
+                                        std::size_t reference) {
+  try {
+    shared = start_shared;
+    cameras = start_cameras;
+    camera_count = cameras.size();
+    if constexpr (Form::in_reference_frame) {
+      if (reference >= camera_count) {
+        failed = true;
+        return;
+      }
+      reference_ = reference;
+    }
+    lay_out(points, fixed_points, observations, fixed_observations);
+    allocate_blocks();
+    if (Form::in_reference_frame && camera_count == 1) return;  // nothing to adjust
+
+    std::vector<double> fvec(residual_count());
+    if (!solve_sparse_levenberg_marquardt(*this, parameters_, fvec, control)) {
+      failed = true;
+      return;
+    }
+    shared.read(parameters_.data());
+    for (std::size_t i = 0; i < camera_count; ++i) cameras[i].unpack(shared, parameters_.data() + camera_offsets_[i]);
+  } catch (...) {
+    failed = true;
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::lay_out(const std::vector<scene_point>& points,
+                                         const std::vector<scene_point>& fixed_points,
+                                         const std::vector<std::vector<scene_observation>>& observations,
+                                         const std::vector<std::vector<scene_observation>>& fixed_observations) {
+  if (observations.size() != camera_count || fixed_observations.size() != camera_count) {
+    throw std::invalid_argument(std::string(Form::name) + "(): one observation list per camera is needed");
+  }
+  point_count = points.size();
+  fixed_point_count = fixed_points.size();
+  fixed_points_ = fixed_points;
+  shared_count_ = static_cast<std::size_t>(shared_parameter_count(shared.mode));
+  camera_sizes_.resize(camera_count);
+  camera_offsets_.resize(camera_count);
+  camera_total_ = 0;
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    camera_sizes_[i] = cameras[i].block_size();
+    camera_offsets_[i] = shared_count_ + camera_total_;
+    camera_total_ += camera_sizes_[i];
+  }
+  reduced_size_ = shared_count_ + camera_total_;
+  unknowns_ = reduced_size_ + 2 * point_count;
+
+  const auto add = [&](std::size_t camera, const scene_observation& seen, bool free) {
+    if (seen.point >= (free ? point_count : fixed_point_count)) {
+      throw std::invalid_argument(std::string(Form::name) + "(): an observation names no point");
+    }
+    observation_camera_.push_back(camera);
+    observation_point_.push_back(seen.point);
+    free_index_.push_back(free ? free_count_++ : npos);
+    measured_.push_back(seen.x);
+    measured_.push_back(seen.y);
+  };
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    camera_first_.push_back(observation_camera_.size());
+    for (const scene_observation& seen : observations[i]) add(i, seen, true);
+    camera_free_end_.push_back(observation_camera_.size());
+    for (const scene_observation& seen : fixed_observations[i]) add(i, seen, false);
+    camera_end_.push_back(observation_camera_.size());
+  }
+  observation_count_ = observation_camera_.size();
+
+  // The free observations of each point, in observation order.
+  point_first_.assign(point_count + 1, 0);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    if (free_index_[o] != npos) ++point_first_[observation_point_[o] + 1];
+  }
+  for (std::size_t j = 0; j < point_count; ++j) point_first_[j + 1] += point_first_[j];
+  point_observations_.resize(free_count_);
+  std::vector<std::size_t> next(point_first_.begin(), point_first_.end() - 1);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    if (free_index_[o] != npos) point_observations_[next[observation_point_[o]]++] = o;
+  }
+
+  parameters_.assign(unknowns_, 0.0);
+  shared.write(parameters_.data());
+  for (std::size_t i = 0; i < camera_count; ++i) cameras[i].pack(parameters_.data() + camera_offsets_[i]);
+  for (std::size_t j = 0; j < point_count; ++j) {
+    parameters_[point_offset(j)] = points[j][0];
+    parameters_[point_offset(j) + 1] = points[j][1];
+  }
+  evaluated_ = cameras;
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::allocate_blocks() {
+  const std::size_t s = shared_count_;
+  std::size_t total = 0;
+  const auto take = [&](std::size_t size) {
+    const std::size_t offset = total;
+    total += size;
+    return offset;
+  };
+  a_offset_ = take(observation_count_ * 2 * s);
+  b_offset_.resize(observation_count_);
+  q_offset_.resize(free_count_);
+  for (std::size_t o = 0; o < observation_count_; ++o) b_offset_[o] = take(2 * camera_sizes_[observation_camera_[o]]);
+  c_offset_ = take(4 * free_count_);
+  u_offset_ = take(s * s);
+  w_offset_.resize(camera_count);
+  v_offset_.resize(camera_count);
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    w_offset_[i] = take(camera_sizes_[i] * s);
+    v_offset_[i] = take(camera_sizes_[i] * camera_sizes_[i]);
+  }
+  p_offset_ = take(point_count * 2 * s);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    if (free_index_[o] != npos) q_offset_[free_index_[o]] = take(2 * camera_sizes_[observation_camera_[o]]);
+  }
+  const std::size_t q_size = total - (free_count_ ? q_offset_[0] : total);
+  t_offset_ = take(4 * point_count);
+  x_offset_ = take(reduced_size_ * reduced_size_);
+  ya_offset_ = take(point_count * 2 * s);
+  yb_offset_ = take(q_size);
+  tinv_offset_ = take(4 * point_count);
+  scratch_offset_ = take(unknowns_ + 2 * observation_count_);  // the difference path's copies
+  blocks_.assign(total, 0.0);
+  reduced_rhs_ = dense_vector<double>(reduced_size_);
+  reduced_solution_ = dense_vector<double>(reduced_size_);
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::unpack_cameras(const double* x) {
+  shared_lens at_x = shared;
+  at_x.read(x);
+  for (std::size_t i = 0; i < camera_count; ++i) evaluated_[i].unpack(at_x, x + camera_offsets_[i]);
+  if constexpr (Form::in_reference_frame) {
+    // Points are directions in the reference camera's frame.
+    const double* r = evaluated_[reference_].rotation();
+    const double frame[9] = {r[0], r[3], r[6], r[1], r[4], r[7], r[2], r[5], r[8]};
+    for (Camera& camera : evaluated_) camera.set_frame(frame);
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::point_of(const double* x, std::size_t o, double point[2]) const {
+  const std::size_t j = observation_point_[o];
+  if (free_index_[o] != npos) {
+    point[0] = x[point_offset(j)];
+    point[1] = x[point_offset(j) + 1];
+  } else {
+    point[0] = fixed_points_[j][0];
+    point[1] = fixed_points_[j][1];
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::raw_residual(const Camera& camera, const double point[2], std::size_t o,
+                                              double r[2]) const {
+  double image[2];
+  camera.project(point, image);
+  r[0] = image[0] - measured_[2 * o];
+  r[1] = image[1] - measured_[2 * o + 1];
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::mapped_residual(const Camera& camera, const double point[2], std::size_t o,
+                                                 double r[2]) const {
+  raw_residual(camera, point, o, r);
+  if constexpr (Camera::robust) {
+    r[0] = robust_residual(r[0], camera.robust_threshold);
+    r[1] = robust_residual(r[1], camera.robust_threshold);
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::residuals(const double* x, double* fvec) {
+  unpack_cameras(x);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    double point[2];
+    point_of(x, o, point);
+    mapped_residual(evaluated_[observation_camera_[o]], point, o, fvec + 2 * o);
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
+  unpack_cameras(x);
+  if (analytic_jacobian) {
+    analytic_blocks(x);
+  } else {
+    difference_blocks(x);
+  }
+  normal_blocks();
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::analytic_blocks(const double* x) {
+  const std::size_t s = shared_count_;
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const Camera& camera = evaluated_[observation_camera_[o]];
+    const std::size_t k = camera_sizes_[observation_camera_[o]];
+    double point[2], c[4] = {};
+    point_of(x, o, point);
+    double* a = A(o);
+    double* b = B(o);
+    std::fill(a, a + 2 * s, 0.0);
+    std::fill(b, b + 2 * k, 0.0);
+    camera.derivatives(point, a, s, b, k, c);
+    if constexpr (Camera::robust) {
+      // Each row scaled by the derivative of the robust map of its component.
+      double r[2];
+      raw_residual(camera, point, o, r);
+      for (int row = 0; row < 2; ++row) {
+        const double gain = robust_gain(r[row], camera.robust_threshold);
+        for (std::size_t e = 0; e < s; ++e) a[row * s + e] *= gain;
+        for (std::size_t e = 0; e < k; ++e) b[row * k + e] *= gain;
+        c[2 * row] *= gain;
+        c[2 * row + 1] *= gain;
+      }
+    }
+    if (free_index_[o] != npos) std::copy(c, c + 4, C(free_index_[o]));
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::difference_blocks(const double* x) {
+  const std::size_t s = shared_count_;
+  double* perturbed = blocks_.data() + scratch_offset_;
+  double* base = perturbed + unknowns_;
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    double point[2];
+    point_of(x, o, point);
+    mapped_residual(evaluated_[observation_camera_[o]], point, o, base + 2 * o);
+  }
+  const auto column = [&](double* block, std::size_t width, std::size_t entry, const double r[2], std::size_t o,
+                          double h) {
+    block[entry] = (r[0] - base[2 * o]) / h;
+    block[width + entry] = (r[1] - base[2 * o + 1]) / h;
+  };
+  // Shared entries: every camera repacked, every observation reprojected.
+  std::copy(x, x + unknowns_, perturbed);
+  for (std::size_t e = 0; e < s; ++e) {
+    const double h = bundle_detail::difference_step(x[e]);
+    perturbed[e] = x[e] + h;
+    unpack_cameras(perturbed);
+    for (std::size_t o = 0; o < observation_count_; ++o) {
+      double point[2], r[2];
+      point_of(x, o, point);
+      mapped_residual(evaluated_[observation_camera_[o]], point, o, r);
+      column(A(o), s, e, r, o, h);
+    }
+    perturbed[e] = x[e];
+  }
+  unpack_cameras(x);
+  // Camera entries through the camera's own update, so that a rotation
+  // entry is a true local step; only that camera's observations move.
+  shared_lens at_x = shared;
+  at_x.read(x);
+  std::vector<double> step, moved;
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    const std::size_t k = camera_sizes_[i];
+    const double* block = x + camera_offsets_[i];
+    step.assign(k, 0.0);
+    moved.assign(k, 0.0);
+    for (std::size_t e = 0; e < k; ++e) {
+      const double h = bundle_detail::difference_step(block[e]);
+      step[e] = h;
+      cameras[i].advance(block, step.data(), moved.data());
+      step[e] = 0.0;
+      Camera camera = evaluated_[i];
+      camera.unpack(at_x, moved.data());
+      for (std::size_t o = camera_first_[i]; o < camera_end_[i]; ++o) {
+        double point[2], r[2];
+        point_of(x, o, point);
+        mapped_residual(camera, point, o, r);
+        column(B(o), k, e, r, o, h);
+      }
+    }
+  }
+  // Free points, one coordinate at a time; the longitude wraps as in advance.
+  for (std::size_t j = 0; j < point_count; ++j) {
+    for (std::size_t c = 0; c < 2; ++c) {
+      const double value = x[point_offset(j) + c];
+      const double h = bundle_detail::difference_step(value);
+      for (std::size_t n = point_first_[j]; n < point_first_[j + 1]; ++n) {
+        const std::size_t o = point_observations_[n];
+        double point[2], r[2];
+        point_of(x, o, point);
+        point[c] = c == 0 && Camera::spherical_points ? wrap_longitude(value + h) : value + h;
+        mapped_residual(evaluated_[observation_camera_[o]], point, o, r);
+        column(C(free_index_[o]), 2, c, r, o, h);
+      }
+    }
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::normal_blocks() {
+  using bundle_detail::add_transpose_product;
+  const std::size_t s = shared_count_;
+  std::fill(U(), U() + s * s, 0.0);
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    std::fill(W(i), W(i) + camera_sizes_[i] * s, 0.0);
+    std::fill(V(i), V(i) + camera_sizes_[i] * camera_sizes_[i], 0.0);
+  }
+  std::fill(P(0), P(0) + point_count * 2 * s, 0.0);
+  std::fill(T(0), T(0) + point_count * 4, 0.0);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    add_transpose_product(U(), A(o), s, A(o), s, s);
+    add_transpose_product(W(i), B(o), k, A(o), s, s);
+    add_transpose_product(V(i), B(o), k, B(o), k, k);
+    const std::size_t f = free_index_[o];
+    if (f == npos) continue;
+    const std::size_t j = observation_point_[o];
+    add_transpose_product(P(j), C(f), 2, A(o), s, s);
+    std::fill(Q(f), Q(f) + 2 * k, 0.0);
+    add_transpose_product(Q(f), C(f), 2, B(o), k, k);
+    add_transpose_product(T(j), C(f), 2, C(f), 2, 2);
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::column_norms(double* acnorm) const {
+  const std::size_t s = shared_count_;
+  std::fill(acnorm, acnorm + unknowns_, 0.0);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    for (std::size_t row = 0; row < 2; ++row) {
+      for (std::size_t e = 0; e < s; ++e) acnorm[e] += A(o)[row * s + e] * A(o)[row * s + e];
+      for (std::size_t e = 0; e < k; ++e) acnorm[camera_offsets_[i] + e] += B(o)[row * k + e] * B(o)[row * k + e];
+      if (free_index_[o] == npos) continue;
+      const double* c = C(free_index_[o]);
+      for (std::size_t e = 0; e < 2; ++e) acnorm[point_offset(observation_point_[o]) + e] += c[2 * row + e] * c[2 * row + e];
+    }
+  }
+  for (std::size_t j = 0; j < unknowns_; ++j) acnorm[j] = std::sqrt(acnorm[j]);
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::gradient(const double* fvec, double* g) const {
+  const std::size_t s = shared_count_;
+  std::fill(g, g + unknowns_, 0.0);
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    for (std::size_t row = 0; row < 2; ++row) {
+      const double f = fvec[2 * o + row];
+      for (std::size_t e = 0; e < s; ++e) g[e] += A(o)[row * s + e] * f;
+      for (std::size_t e = 0; e < k; ++e) g[camera_offsets_[i] + e] += B(o)[row * k + e] * f;
+      if (free_index_[o] == npos) continue;
+      const double* c = C(free_index_[o]);
+      for (std::size_t e = 0; e < 2; ++e) g[point_offset(observation_point_[o]) + e] += c[2 * row + e] * f;
+    }
+  }
+}
+
+template <class Camera, class Form>
+double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
+  using bundle_detail::bilinear;
+  const std::size_t s = shared_count_;
+  double diagonal = bilinear(U(), s, p, s, p, s), cross = 0.0;
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    const std::size_t k = camera_sizes_[i];
+    const double* pi = p + camera_offsets_[i];
+    diagonal += bilinear(V(i), k, pi, k, pi, k);
+    cross += bilinear(W(i), s, pi, k, p, s);
+  }
+  for (std::size_t j = 0; j < point_count; ++j) {
+    const double* pj = p + point_offset(j);
+    diagonal += bilinear(T(j), 2, pj, 2, pj, 2);
+    cross += bilinear(P(j), s, pj, 2, p, s);
+  }
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    if (free_index_[o] == npos) continue;
+    const std::size_t i = observation_camera_[o];
+    cross += bilinear(Q(free_index_[o]), camera_sizes_[i], p + point_offset(observation_point_[o]), 2,
+                      p + camera_offsets_[i], camera_sizes_[i]);
+  }
+  return diagonal + 2.0 * cross;
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::make_X(const double* d) {
+  using bundle_detail::add_transpose_product;
+  const std::size_t s = shared_count_, size = reduced_size_;
+  // The points' 2 x 2 blocks, inverted in closed form; a singular one gives
+  // infinities that surface as a rejected step.
+  for (std::size_t j = 0; j < point_count; ++j) {
+    const double* t = T(j);
+    const double a = t[0] + d[point_offset(j)], b = t[1], c = t[2], e = t[3] + d[point_offset(j) + 1];
+    const double det = a * e - b * c;
+    double* inverse = Tinv(j);
+    inverse[0] = e / det;
+    inverse[1] = -b / det;
+    inverse[2] = -c / det;
+    inverse[3] = a / det;
+    bundle_detail::product_2x2(inverse, P(j), s, YA(j));
+  }
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t f = free_index_[o];
+    if (f != npos) bundle_detail::product_2x2(Tinv(observation_point_[o]), Q(f), camera_sizes_[observation_camera_[o]], YB(f));
+  }
+
+  double* x = X();
+  std::fill(x, x + size * size, 0.0);
+  for (std::size_t r = 0; r < s; ++r) std::copy(U() + r * s, U() + r * s + s, x + r * size);
+  for (std::size_t j = 0; j < point_count; ++j) add_transpose_product(x, P(j), s, YA(j), s, size, -1.0);
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    const std::size_t k = camera_sizes_[i];
+    double* rows = x + camera_offsets_[i] * size;
+    for (std::size_t r = 0; r < k; ++r) {
+      std::copy(W(i) + r * s, W(i) + r * s + s, rows + r * size);
+      std::copy(V(i) + r * k, V(i) + r * k + k, rows + r * size + camera_offsets_[i]);
+    }
+  }
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t f = free_index_[o];
+    if (f == npos) continue;
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    double* rows = x + camera_offsets_[i] * size;
+    add_transpose_product(rows, Q(f), k, YA(observation_point_[o]), s, size, -1.0);
+    add_transpose_product(rows + camera_offsets_[i], Q(f), k, YB(f), k, size, -1.0);
+  }
+  // Cameras that see one point are coupled through it. The pairs are
+  // gathered by point rather than by scanning one camera's list for each
+  // observation of the other: the same sums at the cost of the views of
+  // each point.
+  for (std::size_t j = 0; j < point_count; ++j) {
+    for (std::size_t n = point_first_[j]; n < point_first_[j + 1]; ++n) {
+      const std::size_t low = point_observations_[n];
+      for (std::size_t m = point_first_[j]; m < point_first_[j + 1]; ++m) {
+        const std::size_t high = point_observations_[m];
+        const std::size_t i = observation_camera_[low], k = observation_camera_[high];
+        if (k <= i) continue;
+        add_transpose_product(x + camera_offsets_[k] * size + camera_offsets_[i], Q(free_index_[high]), camera_sizes_[k],
+                              YB(free_index_[low]), camera_sizes_[i], size, -1.0);
+      }
+    }
+  }
+  // The upper triangle mirrors the lower; the shared and camera entries of
+  // d go onto the diagonal.
+  for (std::size_t r = 0; r < size; ++r) {
+    for (std::size_t c = r + 1; c < size; ++c) x[r * size + c] = x[c * size + r];
+    x[r * size + r] += d[r];
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
+  const std::size_t s = shared_count_, size = reduced_size_;
+  std::copy(b, b + size, reduced_rhs_.data);
+  for (std::size_t j = 0; j < point_count; ++j) {
+    const double* ya = YA(j);
+    const double* bj = b + point_offset(j);
+    for (std::size_t e = 0; e < s; ++e) reduced_rhs_[e] -= ya[e] * bj[0] + ya[s + e] * bj[1];
+  }
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t f = free_index_[o];
+    if (f == npos) continue;
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    const double* yb = YB(f);
+    const double* bj = b + point_offset(observation_point_[o]);
+    for (std::size_t e = 0; e < k; ++e) reduced_rhs_[camera_offsets_[i] + e] -= yb[e] * bj[0] + yb[k + e] * bj[1];
+  }
+  rank_ = 0;
+  if (size > 0) {
+    const matrix_view<const double> system{size, size, X()};
+    if (!solve_minimum_norm(system, reduced_rhs_, reduced_solution_, -1.0, rank_)) {
+      throw std::runtime_error(std::string(Form::name) + "::Xinv_b(): failure in LAPACK solver");
+    }
+  }
+  std::copy(reduced_solution_.data, reduced_solution_.data + size, y);
+  // Back-substitution for the points.
+  for (std::size_t j = 0; j < point_count; ++j) {
+    const double* inverse = Tinv(j);
+    const double* bj = b + point_offset(j);
+    double* yj = y + point_offset(j);
+    yj[0] = inverse[0] * bj[0] + inverse[1] * bj[1];
+    yj[1] = inverse[2] * bj[0] + inverse[3] * bj[1];
+    const double* ya = YA(j);
+    for (std::size_t e = 0; e < s; ++e) {
+      yj[0] -= ya[e] * reduced_solution_[e];
+      yj[1] -= ya[s + e] * reduced_solution_[e];
+    }
+  }
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t f = free_index_[o];
+    if (f == npos) continue;
+    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
+    const double* yb = YB(f);
+    double* yj = y + point_offset(observation_point_[o]);
+    for (std::size_t e = 0; e < k; ++e) {
+      yj[0] -= yb[e] * reduced_solution_[camera_offsets_[i] + e];
+      yj[1] -= yb[k + e] * reduced_solution_[camera_offsets_[i] + e];
+    }
+  }
+}
+
+template <class Camera, class Form>
+void bundle_model<Camera, Form>::advance(const double* x, const double* p, double* x_new) const {
+  for (std::size_t e = 0; e < shared_count_; ++e) x_new[e] = x[e] + p[e];
+  for (std::size_t i = 0; i < camera_count; ++i) {
+    const std::size_t offset = camera_offsets_[i];
+    cameras[i].advance(x + offset, p + offset, x_new + offset);
+  }
+  for (std::size_t j = 0; j < point_count; ++j) {
+    const std::size_t offset = point_offset(j);
+    x_new[offset] = Camera::spherical_points ? wrap_longitude(x[offset] + p[offset]) : x[offset] + p[offset];
+    x_new[offset + 1] = x[offset + 1] + p[offset + 1];
+  }
+}

@@ -1,0 +1,70 @@
+#include "solvers/camera_sharing.h"
+
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+constexpr sharing_mode modes[30] = {
+    {0, 0, 0, 2, 2, 0}, {0, 0, 0, 1, 2, 0}, {0, 2, 0, 2, 0, 0}, {0, 2, 0, 1, 0, 0}, {2, 2, 0, 0, 0, 0},
+    {1, 2, 0, 0, 0, 0}, {0, 0, 0, 2, 0, 0}, {0, 0, 0, 1, 0, 0}, {2, 0, 0, 0, 0, 0}, {1, 0, 0, 0, 0, 0},
+    {0, 0, 0, 2, 2, 2}, {0, 0, 0, 1, 2, 2}, {0, 2, 0, 2, 0, 2}, {0, 2, 0, 1, 0, 2}, {2, 2, 2, 0, 0, 0},
+    {1, 2, 2, 0, 0, 0}, {0, 0, 0, 2, 0, 2}, {0, 0, 0, 1, 0, 2}, {2, 0, 2, 0, 0, 0}, {1, 0, 2, 0, 0, 0},
+    {2, 0, 1, 0, 0, 0}, {1, 0, 1, 0, 0, 0}, {0, 0, 0, 0, 0, 2}, {0, 0, 0, 0, 2, 2}, {0, 0, 2, 0, 0, 0},
+    {0, 2, 2, 0, 0, 0}, {0, 0, 2, 2, 0, 0}, {0, 0, 2, 1, 0, 0}, {0, 0, 2, 2, 2, 0}, {0, 0, 2, 1, 2, 0},
+};
+
+bool read_back(int32_t mode) { return mode != 14 && mode != 15 && mode != 24 && mode != 25; }
+
+// Walks the shared block of a mode: visit(quantity, position), with one f
+// visiting fy and fx at the same position.
+template <class Visit>
+void for_each_shared(int32_t mode, Visit visit) {
+  const sharing_mode m = sharing_of(mode);
+  int position = 0;
+  if (m.shared_focal == 2) {
+    visit(lens_fx, position++);
+    visit(lens_fy, position++);
+  } else if (m.shared_focal == 1) {  // fx is the one written last into a block
+    visit(lens_fy, position);
+    visit(lens_fx, position++);
+  }
+  if (m.shared_principal == 2) {
+    visit(lens_cx, position++);
+    visit(lens_cy, position++);
+  }
+  if (m.shared_distortion >= 1) visit(lens_k1, position++);
+  if (m.shared_distortion == 2) visit(lens_k2, position++);
+}
+
+double& value_of(shared_lens& lens, int quantity) {
+  double* values[] = {&lens.fx, &lens.fy, &lens.cx, &lens.cy, &lens.k1, &lens.k2};
+  return *values[quantity];
+}
+
+}  // namespace
+
+sharing_mode sharing_of(int32_t mode) {
+  if (mode < 0 || mode > 29) throw std::invalid_argument("sharing_of(): unknown camera sharing mode " + std::to_string(mode));
+  return modes[mode];
+}
+
+int shared_parameter_count(int32_t mode) {
+  const sharing_mode m = sharing_of(mode);
+  return m.shared_focal + m.shared_principal + m.shared_distortion;
+}
+
+int camera_parameter_count(int32_t mode) {
+  const sharing_mode m = sharing_of(mode);
+  return m.camera_focal + m.camera_principal + m.camera_distortion;
+}
+
+void shared_lens::read(const double* block) {
+  if (!read_back(mode)) return;
+  for_each_shared(mode, [&](int quantity, int position) { value_of(*this, quantity) = block[position]; });
+}
+
+void shared_lens::write(double* block) const {
+  shared_lens copy = *this;
+  for_each_shared(mode, [&](int quantity, int position) { block[position] = value_of(copy, quantity); });
+}

@@ -1,0 +1,44 @@
+// Which lens quantities of a group of cameras are unknowns of a bundle
+// adjustment, and whether shared by all cameras or each camera's own.
+//
+// A sharing mode (0 to 29) gives, for the focal length, the principal point
+// and the radial distortion, how many values are unknown in the shared block
+// and how many in each camera's block (2 focal values are fx and fy, 1 is
+// one f for both; 1 distortion value is k1 alone). Everything else keeps its
+// start value.
+#pragma once
+
+#include <cstdint>
+
+struct sharing_mode {
+  int shared_focal;
+  int shared_principal;
+  int shared_distortion;
+  int camera_focal;
+  int camera_principal;
+  int camera_distortion;
+};
+
+// Throws std::invalid_argument for a mode outside 0 to 29.
+sharing_mode sharing_of(int32_t mode);
+int shared_parameter_count(int32_t mode);
+int camera_parameter_count(int32_t mode);
+
+// The lens values shared by a group's cameras, with the mode that says which
+// of them are unknowns.
+struct shared_lens {
+  double fx = 0.0, fy = 0.0, cx = 0.0, cy = 0.0, k1 = 0.0, k2 = 0.0;
+  int32_t mode = 0;
+
+  // The unknowns of the shared block in their order, fx, fy, cx, cy, k1,
+  // k2 as the mode has them; one f stands for both focal lengths. `read`
+  // takes them from a block, `write` puts them into one. Modes 14, 15, 24
+  // and 25 have shared unknowns that reading does not bring back: kept as
+  // they have always been.
+  void read(const double* block);
+  void write(double* block) const;
+};
+
+// The lens quantities, the columns a camera's derivative is written in
+// before it is sorted into the shared and the camera block.
+enum lens_quantity { lens_fx, lens_fy, lens_cx, lens_cy, lens_k1, lens_k2, lens_quantity_count };
