@@ -32,3 +32,9 @@ double determinant(matrix_view<const double> matrix) {
   if (matrix.rows == 3) return determinant_3x3(matrix.data);
   throw std::runtime_error("yet to implement");
 }
+
+void transpose_3x3(const double m[9], double transposed[9]) {
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 3; ++c) transposed[3 * r + c] = m[3 * c + r];
+  }
+}

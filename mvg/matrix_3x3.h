@@ -10,6 +10,9 @@ double determinant_3x3(const double m[9]);
 // The transposed cofactor matrix: m adjugate = det(m) I.
 void adjugate_3x3(const double m[9], double adjugate[9]);
 
+// transposed = m^T; transposed may not alias m.
+void transpose_3x3(const double m[9], double transposed[9]);
+
 // product = a b; product may not alias a or b.
 void multiply_3x3(const double a[9], const double b[9], double product[9]);
 

@@ -79,14 +79,21 @@ bool svd_fixed(int m, int n, double* a, int lda, double* u, int ldu, double* s, 
   double optimal = 0.0;
   lapack::gesvd(job_of(job_u), job_of(job_vt), &m, &n, a, &lda, s, u, &ldu, vt, &ldvt, &optimal, &lwork, &info);
   if (info != 0) return false;
-  lwork = static_cast<int>(optimal);
-  std::vector<double> work;
-  try {
-    work.resize(static_cast<std::size_t>(std::max(lwork, 1)));
-  } catch (const std::bad_alloc&) {
-    return false;
+  lwork = std::max(static_cast<int>(optimal), 1);
+  // Small shapes, solved in inner loops, work on the stack.
+  constexpr int on_stack = 512;
+  double local[on_stack];
+  std::vector<double> heap;
+  double* work = local;
+  if (lwork > on_stack) {
+    try {
+      heap.resize(static_cast<std::size_t>(lwork));
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+    work = heap.data();
   }
-  lapack::gesvd(job_of(job_u), job_of(job_vt), &m, &n, a, &lda, s, u, &ldu, vt, &ldvt, work.data(), &lwork, &info);
+  lapack::gesvd(job_of(job_u), job_of(job_vt), &m, &n, a, &lda, s, u, &ldu, vt, &ldvt, work, &lwork, &info);
   return info == 0;
 }
 

@@ -43,8 +43,9 @@ extern template struct svd_right<double>;
 
 // dgesvd on plain column-major arrays, for small fixed shapes. job_u and
 // job_vt: 0 all vectors, 1 the leading min(m, n), anything else none. The
-// workspace comes from LAPACK's own query. False when the query, the
-// allocation or the decomposition fails.
+// workspace comes from LAPACK's own query, on the stack when it is small,
+// so that the small solvers allocate nothing in their loops. False when the
+// query, the allocation or the decomposition fails.
 bool svd_fixed(int m, int n, double* a, int lda, double* u, int ldu, double* s, double* vt, int ldvt, int job_u,
                int job_vt);
 

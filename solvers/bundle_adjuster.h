@@ -30,7 +30,7 @@
 //   void advance(const double* block, const double* step, double* block_new) const
 // and, for sparse_bundle_adjuster, whose points are in the frame of one
 // reference camera:
-//   const double* rotation() const           its rotation matrix
+//   const double* rotation_matrix() const    its rotation matrix
 //   void set_frame(const double frame[9])    a rotation applied to a point's
 //                                             direction before the camera's own
 #pragma once

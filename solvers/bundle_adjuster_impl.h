@@ -180,7 +180,7 @@ void bundle_model<Camera, Form>::unpack_cameras(const double* x) {
   for (std::size_t i = 0; i < camera_count; ++i) evaluated_[i].unpack(at_x, x + camera_offsets_[i]);
   if constexpr (Form::in_reference_frame) {
     // Points are directions in the reference camera's frame.
-    const double* r = evaluated_[reference_].rotation();
+    const double* r = evaluated_[reference_].rotation_matrix();
     const double frame[9] = {r[0], r[3], r[6], r[1], r[4], r[7], r[2], r[5], r[8]};
     for (Camera& camera : evaluated_) camera.set_frame(frame);
   }

@@ -37,11 +37,6 @@ void for_each_shared(int32_t mode, Visit visit) {
   if (m.shared_distortion == 2) visit(lens_k2, position++);
 }
 
-double& value_of(shared_lens& lens, int quantity) {
-  double* values[] = {&lens.fx, &lens.fy, &lens.cx, &lens.cy, &lens.k1, &lens.k2};
-  return *values[quantity];
-}
-
 }  // namespace
 
 sharing_mode sharing_of(int32_t mode) {
@@ -61,10 +56,46 @@ int camera_parameter_count(int32_t mode) {
 
 void shared_lens::read(const double* block) {
   if (!read_back(mode)) return;
-  for_each_shared(mode, [&](int quantity, int position) { value_of(*this, quantity) = block[position]; });
+  for_each_shared(mode, [&](int quantity, int position) { lens_value(*this, quantity) = block[position]; });
 }
 
 void shared_lens::write(double* block) const {
   shared_lens copy = *this;
-  for_each_shared(mode, [&](int quantity, int position) { block[position] = value_of(copy, quantity); });
+  for_each_shared(mode, [&](int quantity, int position) { block[position] = lens_value(copy, quantity); });
+}
+
+shared_lens shared_lens::mean_of(const lens_record& a, const lens_record& b, int32_t mode) {
+  shared_lens mean;
+  for (int q = 0; q < lens_quantity_count; ++q) {
+    lens_value(mean, q) = (lens_value(a, q) + lens_value(b, q)) / 2.0;
+  }
+  mean.mode = mode;
+  return mean;
+}
+
+lens_layout lens_layout_of(int32_t mode) {
+  lens_layout layout;
+  const bool follows = read_back(mode);
+  for_each_shared(mode, [&](int quantity, int position) {
+    if (mode == 5 && (quantity == lens_cx || quantity == lens_cy)) return;
+    layout.slots[quantity] = {lens_slot::shared_block, position, follows};
+  });
+  const sharing_mode m = sharing_of(mode);
+  int position = 0;
+  const auto own = [&](int quantity, int at) { layout.slots[quantity] = {lens_slot::camera_block, at, true}; };
+  if (m.camera_focal == 2) {
+    own(lens_fx, position++);
+    own(lens_fy, position++);
+  } else if (m.camera_focal == 1) {
+    own(lens_fx, position);
+    own(lens_fy, position++);
+  }
+  if (m.camera_principal == 2) {
+    own(lens_cx, position++);
+    own(lens_cy, position++);
+  }
+  if (m.camera_distortion >= 1) own(lens_k1, position++);
+  if (m.camera_distortion == 2) own(lens_k2, position++);
+  layout.camera_count = position;
+  return layout;
 }

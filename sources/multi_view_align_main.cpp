@@ -5,6 +5,7 @@
 #include "features/extract_features.h"
 #include "matching/match_all_pairs.h"
 #include "matching/pair_table.h"
+#include "rotation/estimate_rotation_pairs.h"
 #include "sources/condition_frame.h"
 #include "sources/lacewright.h"
 #include "sources/multi_view_aligner.h"
@@ -32,9 +33,9 @@ usable_frames condition_frames(std::vector<AlignFrame>& frames, const FrameRect&
   return usable;
 }
 
-// The pair stage of either pipeline sizes its tables by frame_count - 1
-// rows; with fewer than two usable frames frame_count is 0 and the run ends
-// in std::length_error.
+// The pair stage of the automatic pipeline sizes its tables by
+// frame_count - 1 rows; with fewer than two usable frames frame_count is 0
+// and the run ends in std::length_error.
 void run_pair_stage(const MultiViewAligner& aligner) {
   const pair_table<bool> connected = make_pair_table<bool>(aligner.frame_count);
   static_cast<void>(connected);
@@ -60,9 +61,14 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
 
   switch (params->requested_type) {
     case transform_automatic:
-    case transform_cylindrical:
       run_pair_stage(aligner);
       break;
+    case transform_cylindrical: {
+      pair_table<rotation_pair> rotations;
+      pair_table<bool> connected;
+      estimate_rotation_pairs(aligner, rotations, connected);
+      break;
+    }
     default:
       break;  // no pipeline: the result lists stay empty
   }

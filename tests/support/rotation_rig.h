@@ -46,7 +46,7 @@ struct simple_rotation_camera {
     std::copy(block + 1, block + 4, vector);
     rodrigues(vector, matrix);
   }
-  const double* rotation() const { return matrix; }
+  const double* rotation_matrix() const { return matrix; }
   void set_frame(const double f[9]) { std::copy(f, f + 9, frame); }
 
   // y = R F d(point).

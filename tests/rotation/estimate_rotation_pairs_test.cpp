@@ -1,0 +1,74 @@
+// The pair rotation stage on the shared photograph sets: every set was
+// taken by a camera turning about its centre, so every pair of neighbouring
+// views is connected, and the focal lengths the pairs find agree.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <vector>
+
+#include "features/extract_features.h"
+#include "matching/match_all_pairs.h"
+#include "photographs.h"
+#include "rotation/estimate_rotation_pairs.h"
+#include "sources/multi_view_aligner.h"
+
+namespace {
+
+using namespace test_support;
+
+struct set_result {
+  std::size_t frames = 0;
+  pair_table<rotation_pair> pairs;
+  pair_table<bool> connected;
+  std::vector<std::size_t> inliers;  // of each neighbouring pair
+};
+
+set_result estimate_set(const std::string& name) {
+  std::vector<grey_image> images;
+  std::vector<AlignFrame> frames;
+  for (const auto& path : photograph_set(name)) images.push_back(read_grey(path));
+  for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
+  MultiViewParams params;
+  params.requested_type = 1;
+  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
+  extract_features(aligner, frames);
+  match_all_pairs(aligner);
+  set_result result;
+  result.frames = frames.size();
+  std::srand(1);
+  estimate_rotation_pairs(aligner, result.pairs, result.connected);
+  for (std::size_t i = 0; i + 1 < frames.size(); ++i) result.inliers.push_back(aligner.pairs[i][0]->inlier_count);
+  return result;
+}
+
+TEST(EstimateRotationPairs, every_neighbouring_pair_of_every_set_is_connected) {
+  if (photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  for (const char* name : {"hill", "ledge", "pier", "rainier", "uttower"}) {
+    SCOPED_TRACE(name);
+    const set_result result = estimate_set(name);
+    ASSERT_EQ(result.frames - 1, result.connected.size());
+    for (std::size_t i = 0; i + 1 < result.frames; ++i) {
+      ASSERT_EQ(result.frames - 1 - i, result.connected[i].size());
+      EXPECT_TRUE(result.connected[i][0]) << "pair " << i << ", " << i + 1;
+      EXPECT_GT(result.inliers[i], 20u) << "pair " << i << ", " << i + 1;
+    }
+  }
+}
+
+TEST(EstimateRotationPairs, the_pairs_of_one_set_agree_on_the_focal_length) {
+  if (photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  const set_result result = estimate_set("rainier");
+  std::vector<double> focals;
+  for (std::size_t i = 0; i + 1 < result.frames; ++i) {
+    ASSERT_TRUE(result.connected[i][0]);
+    const rotation_pair& pair = result.pairs[i][0];
+    focals.push_back(pair.camera_first.fx);
+    focals.push_back(pair.camera_second.fx);
+    EXPECT_EQ(pair.camera_first.fx, pair.camera_first.fy);
+  }
+  const auto [low, high] = std::minmax_element(focals.begin(), focals.end());
+  EXPECT_LT(*high / *low, 1.05) << *low << " to " << *high;
+}
+
+}  // namespace
