@@ -5,7 +5,7 @@
 #pragma once
 
 #include "matching/pair_table.h"
-#include "rotation/rotation_pair.h"
+#include "mvg/rotation_pair.h"
 
 class MultiViewAligner;
 

@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "mvg/lens_record.h"
+
 struct sharing_mode {
   int shared_focal;
   int shared_principal;
@@ -24,14 +26,6 @@ struct sharing_mode {
 sharing_mode sharing_of(int32_t mode);
 int shared_parameter_count(int32_t mode);
 int camera_parameter_count(int32_t mode);
-
-// A camera's lens values: focal lengths and principal point in pixels, and
-// two radial distortion values on radii in units of the focal length.
-struct lens_record {
-  double fx = 0.0, fy = 0.0, cx = 0.0, cy = 0.0, k1 = 0.0, k2 = 0.0;
-
-  friend bool operator==(const lens_record&, const lens_record&) = default;
-};
 
 // The lens values shared by a group's cameras, with the mode that says which
 // of them are unknowns.
