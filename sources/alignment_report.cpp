@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "transforms/compute_overlap.h"
+#include "transforms/cylindrical_transform.h"
 
 namespace {
 
@@ -133,7 +134,10 @@ void overlap_list(report_writer& out, const MultiViewParams& params, std::vector
 void focal_length_list(report_writer& out, const MultiViewParams& params) {
   out.text("[");
   for (std::size_t i = 0; i < params.transforms.size(); ++i) {
-    out.text("0.0");
+    if (const auto* cylindrical = dynamic_cast<const CylindricalTransform*>(params.transforms[i].get()))
+      out.fixed(cylindrical->getFocalLength(), 5, 1);
+    else
+      out.text("0.0");
     out.text(i + 1 < params.transforms.size() ? "," : "");
   }
 }

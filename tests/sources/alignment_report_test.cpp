@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "sources/alignment_report.h"
+#include "transforms/cylindrical_transform.h"
+#include "transforms/spherical_transform.h"
 
 namespace {
 
@@ -88,6 +90,31 @@ TEST(AlignmentReport, overlap_positions_are_frame_positions_and_missing_bits_rea
       "'transformType':[1], 'connectivity':[[1,1],[1,1]], 'overlap':[0.00000,0.00000,0.00000], "
       "'fl':[0.0,0.0]})",
       report(params, frames(3)));
+}
+
+// Only a cylindrical transform has a focal length; it is written with a
+// width of 5, so two-digit lengths get a leading blank.
+TEST(AlignmentReport, fl_gives_the_focal_length_of_cylindrical_transforms_only) {
+  MultiViewParams params;
+  params.sheetID = {0, 1, 2, 3};
+  params.renderable = {false, false, false, false};
+  params.groupCount = {4};
+  params.refSheetID = {0};
+  params.transformType = {1};
+  params.connectivity = {{{1, 1, 0, 0}, {1, 1, 1, 0}, {0, 1, 1, 1}, {0, 0, 1, 1}}};
+  const double rotation[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  const auto cylindrical = [&](double focal) {
+    SimpleCameraParameters camera;
+    camera.focal_length()[0] = focal;
+    camera.focal_length()[1] = 2.0 * focal;
+    return std::make_unique<CylindricalTransform>(camera, rotation, focal, focal, 0.0, 0.0, 0.0);
+  };
+  params.transforms.push_back(cylindrical(98.1));
+  params.transforms.push_back(nullptr);
+  params.transforms.push_back(std::make_unique<SphericalTransform>());
+  params.transforms.push_back(cylindrical(812.34));
+  const std::string text = report(params, frames(4));
+  EXPECT_EQ("'fl':[ 98.1,0.0,0.0,812.3]})", text.substr(text.find("'fl'")));
 }
 
 TEST(AlignmentReport, a_text_that_does_not_fit_is_refused) {

@@ -2,27 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <string>
 
-#include "host/debug_channel.h"
+#include "debug_capture.h"
 #include "transforms/pixel_transform.h"
 #include "transforms/simple_camera_parameters.h"
 
 namespace {
-
-// Collects what is written to the debugger channel while it lives.
-class debug_capture {
- public:
-  debug_capture() {
-    previous_ = host::attach_debug_listener([this](std::string_view text) { text_ += text; });
-  }
-  ~debug_capture() { host::attach_debug_listener(std::move(previous_)); }
-  const std::string& text() const { return text_; }
-
- private:
-  std::string text_;
-  host::debug_listener previous_;
-};
 
 TEST(PixelTransform, the_base_has_kind_14_and_no_offset_or_debug_print) {
   const auto transform = std::make_unique<PixelTransform>();
