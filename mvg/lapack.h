@@ -31,6 +31,8 @@ void dgelsy_(const int* m, const int* n, const int* nrhs, double* a, const int* 
 void sgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, float* a, const int* lda, float* s,
              float* u, const int* ldu, float* vt, const int* ldvt, float* work, const int* lwork, int* info,
              std::size_t jobu_length, std::size_t jobvt_length);
+void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w, double* work,
+            const int* lwork, int* info, std::size_t jobz_length, std::size_t uplo_length);
 void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a, const int* lda, double* s,
              double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork, int* info,
              std::size_t jobu_length, std::size_t jobvt_length);

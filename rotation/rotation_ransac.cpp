@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <limits>
+
+#include "rotation/subset_sampler.h"
 
 namespace {
 
@@ -34,36 +34,6 @@ struct transfer {
   }
 };
 
-// C(n, 3) by running products.
-uint64_t subsets_of_three(uint64_t n) {
-  if (n < 3) return 0;
-  uint64_t count = n;
-  count = count * (n - 1) / 2;
-  return count * (n - 2) / 3;
-}
-
-// The next subset of three of n in lexicographic order.
-void next_subset(std::array<std::size_t, 3>& subset, std::size_t n) {
-  if (++subset[2] < n) return;
-  if (++subset[1] < n - 1) {
-    subset[2] = subset[1] + 1;
-    return;
-  }
-  ++subset[0];
-  subset[1] = subset[0] + 1;
-  subset[2] = subset[1] + 1;
-}
-
-// Three of n by selection sampling: each index in turn is taken with the
-// probability needed / remaining.
-void random_subset(std::array<std::size_t, 3>& subset, std::size_t n) {
-  std::size_t needed = 3;
-  for (std::size_t i = 0; i < n && needed > 0; ++i) {
-    const auto remaining = static_cast<unsigned long>(n - i);
-    if (static_cast<unsigned long>(std::rand()) % remaining < needed) subset[3 - needed--] = i;
-  }
-}
-
 }  // namespace
 
 rotation_search rotation_ransac(const std::vector<point_match>& matches, double scale_1, double scale_2,
@@ -71,24 +41,20 @@ rotation_search rotation_ransac(const std::vector<point_match>& matches, double 
   rotation_search search;
   const std::size_t n = matches.size();
   if (n < 3) return search;
-  const uint64_t subsets = subsets_of_three(n);
-  const bool exhaustive = subsets <= iteration_bound;
-  const uint64_t limit = exhaustive ? subsets : iteration_bound;
+  subset_sampler<3> sampler(n, iteration_bound);
   const double bound = 2.0 * threshold * threshold;
   const double target = std::log(1.0 - confidence);
 
   std::vector<uint8_t> working(n);
-  std::array<std::size_t, 3> subset = {0, 1, 2};
   bool have_best = false;
   double log_miss = 0.0;
-  for (uint64_t iteration = 1; iteration <= limit; ++iteration) {
-    if (!exhaustive) random_subset(subset, n);
+  for (uint64_t iteration = 1; iteration <= sampler.samples(); ++iteration) {
+    const std::array<std::size_t, 3>& subset = sampler.next();
     std::array<image_point, 3> sample_1, sample_2;
     for (std::size_t k = 0; k < 3; ++k) {
       sample_1[k] = matches[subset[k]].first;
       sample_2[k] = matches[subset[k]].second;
     }
-    if (exhaustive) next_subset(subset, n);
     const rotation_candidates candidates =
         solve_three_point_rotation(sample_1, sample_2, scale_1, scale_2, centre_1, centre_2);
     for (std::size_t c = 0; c < candidates.count; ++c) {

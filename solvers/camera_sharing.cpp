@@ -16,25 +16,33 @@ constexpr sharing_mode modes[30] = {
 
 bool read_back(int32_t mode) { return mode != 14 && mode != 15 && mode != 24 && mode != 25; }
 
-// Walks the shared block of a mode: visit(quantity, position), with one f
-// visiting fy and fx at the same position.
+// Walks a block with the given numbers of focal, principal point and
+// distortion values: visit(quantity, position), one f visiting fy and fx at
+// the same position. Returns the block's size.
 template <class Visit>
-void for_each_shared(int32_t mode, Visit visit) {
-  const sharing_mode m = sharing_of(mode);
+int walk_block(int focal, int principal, int distortion, Visit visit) {
   int position = 0;
-  if (m.shared_focal == 2) {
+  if (focal == 2) {
     visit(lens_fx, position++);
     visit(lens_fy, position++);
-  } else if (m.shared_focal == 1) {  // fx is the one written last into a block
+  } else if (focal == 1) {  // fx is the one written last into a block
     visit(lens_fy, position);
     visit(lens_fx, position++);
   }
-  if (m.shared_principal == 2) {
+  if (principal == 2) {
     visit(lens_cx, position++);
     visit(lens_cy, position++);
   }
-  if (m.shared_distortion >= 1) visit(lens_k1, position++);
-  if (m.shared_distortion == 2) visit(lens_k2, position++);
+  if (distortion >= 1) visit(lens_k1, position++);
+  if (distortion == 2) visit(lens_k2, position++);
+  return position;
+}
+
+// The shared block of a mode.
+template <class Visit>
+void for_each_shared(int32_t mode, Visit visit) {
+  const sharing_mode m = sharing_of(mode);
+  walk_block(m.shared_focal, m.shared_principal, m.shared_distortion, visit);
 }
 
 }  // namespace
@@ -81,21 +89,8 @@ lens_layout lens_layout_of(int32_t mode) {
     layout.slots[quantity] = {lens_slot::shared_block, position, follows};
   });
   const sharing_mode m = sharing_of(mode);
-  int position = 0;
-  const auto own = [&](int quantity, int at) { layout.slots[quantity] = {lens_slot::camera_block, at, true}; };
-  if (m.camera_focal == 2) {
-    own(lens_fx, position++);
-    own(lens_fy, position++);
-  } else if (m.camera_focal == 1) {
-    own(lens_fx, position);
-    own(lens_fy, position++);
-  }
-  if (m.camera_principal == 2) {
-    own(lens_cx, position++);
-    own(lens_cy, position++);
-  }
-  if (m.camera_distortion >= 1) own(lens_k1, position++);
-  if (m.camera_distortion == 2) own(lens_k2, position++);
-  layout.camera_count = position;
+  layout.camera_count = walk_block(m.camera_focal, m.camera_principal, m.camera_distortion, [&](int quantity, int at) {
+    layout.slots[quantity] = {lens_slot::camera_block, at, true};
+  });
   return layout;
 }

@@ -9,6 +9,7 @@
 #include "sources/condition_frame.h"
 #include "sources/lacewright.h"
 #include "sources/multi_view_aligner.h"
+#include "sources/rotation_stage.h"
 #include "sources/transformation_type.h"
 
 namespace {
@@ -67,6 +68,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       pair_table<rotation_pair> rotations;
       pair_table<bool> connected;
       estimate_rotation_pairs(aligner, rotations, connected);
+      run_rotation_stage(aligner, usable.preferred, rotations, connected);
       break;
     }
     default:

@@ -13,6 +13,7 @@
 #include "matching/pair_matches.h"
 #include "matching/pair_table.h"
 #include "mvg/homography_type.h"
+#include "mvg/nview_manager.h"
 #include "sources/align_frame.h"
 #include "sources/multi_view_params.h"
 
@@ -31,6 +32,13 @@ class MultiViewAligner {
  public:
   MultiViewAligner(MultiViewParams& params, HomographyType homography_type,
                    const FrameRect& first_frame_rect, const aligner_options& options);
+
+  // Refines a component of frames taken by a turning camera and appends it
+  // to the results as one group: refined cameras, each frame on a cylinder
+  // (input_mode 1), a sphere (2) or the one that fits (0). Throws
+  // std::runtime_error for another mode.
+  void AlignGroupRotation(const component_record<rotation_motion>& group, const view_graph& graph,
+                          int32_t input_mode);
 
   uint64_t frame_count = 0;  // frames with features; written by extraction
   HomographyType homography_type;

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "photographs.h"
+
 namespace {
 
 struct outcome {
@@ -34,10 +36,11 @@ class Tool : public testing::Test {
   }
   void TearDown() override { std::filesystem::remove_all(folder_); }
 
-  outcome run(const std::string& arguments) {
+  // Runs the tool in a fresh process; `environment` prefixes assignments.
+  outcome run(const std::string& arguments, const std::string& environment = "") {
     const auto out = folder_ / "stdout", err = folder_ / "stderr";
-    const std::string command = std::string(LACEWRIGHT_TOOL) + " " + arguments + " >" + out.string() +
-                                " 2>" + err.string();
+    const std::string command = environment + " " + std::string(LACEWRIGHT_TOOL) + " " + arguments + " >" +
+                                out.string() + " 2>" + err.string();
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
   }
@@ -89,6 +92,18 @@ TEST_F(Tool, engine_refusals_become_clear_messages) {
   expect_one_line(run(a), "at least two images are needed");
   expect_one_line(run(a + " " + b), "fewer than two of the images are usable");
   expect_one_line(run("--type 12 " + a + " " + b), "unknown input type");
+}
+
+TEST_F(Tool, the_report_does_not_depend_on_the_thread_count_or_the_process) {
+  const auto paths = test_support::photograph_set("rainier");
+  if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  std::string images;
+  for (const auto& path : paths) images.append(" ").append(path.string());
+  const outcome one = run(images, "OMP_NUM_THREADS=1");
+  ASSERT_EQ(0, one.exit_code) << one.err;
+  EXPECT_NE(std::string::npos, one.out.find("'groupCount':[6]")) << one.out;
+  EXPECT_EQ(one.out, run(images, "OMP_NUM_THREADS=2").out);
+  EXPECT_EQ(one.out, run(images, "OMP_NUM_THREADS=1").out);
 }
 
 }  // namespace

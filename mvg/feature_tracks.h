@@ -1,0 +1,30 @@
+// The scene points of a group: chains of features joined by the inlying
+// matches of the group's connected pairs, with at most one feature of an
+// image in a chain. An image that would bring two different features into a
+// chain takes no part in it at all.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "features/frame_features.h"
+#include "matching/pair_matches.h"
+#include "matching/pair_table.h"
+
+struct feature_tracks {
+  // The track of feature f of image i is ids[offsets[i] + f], or -1.
+  std::vector<std::size_t> offsets;
+  std::vector<int32_t> ids;
+  int32_t track_count = 0;
+  std::size_t observation_count = 0;  // features in a track
+
+  int32_t id_of(std::size_t image, std::size_t feature) const { return ids[offsets[image] + feature]; }
+};
+
+// Tracks over a group's frames, its pair table and link bits (row a, entry
+// b - a - 1 for the images a < b of the group). Features are visited in
+// image order, then feature order; each one not yet in a track starts one,
+// which is kept when it joins at least two features.
+feature_tracks build_feature_tracks(const std::vector<frame_features_ptr>& frames,
+                                    const pair_table<pair_matches_ptr>& pairs, const pair_table<bool>& links);

@@ -1,0 +1,77 @@
+// The default request from pixels to report, through the plug-in's script
+// functions as the host calls them, on the shared photograph sets: each set
+// was taken by a camera turning about its centre and comes back as one
+// group of cylindrical images.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "photographs.h"
+#include "tools/image_file.h"
+#include "tools/plugin_session.h"
+
+namespace {
+
+using namespace lacewright_tool;
+
+// The entries of one list of the report, as texts.
+std::vector<std::string> list_of(const std::string& report, const std::string& key) {
+  const std::size_t start = report.find("'" + key + "':[");
+  if (start == std::string::npos) return {};
+  const std::size_t open = report.find('[', start) + 1;
+  const std::size_t close = report.find(']', open);
+  std::vector<std::string> entries;
+  const std::string body = report.substr(open, close - open);
+  std::size_t from = 0;
+  while (from <= body.size() && !body.empty()) {
+    const std::size_t comma = body.find(',', from);
+    entries.push_back(body.substr(from, comma == std::string::npos ? std::string::npos : comma - from));
+    if (comma == std::string::npos) break;
+    from = comma + 1;
+  }
+  return entries;
+}
+
+std::vector<double> numbers_of(const std::string& report, const std::string& key) {
+  std::vector<double> values;
+  for (const std::string& entry : list_of(report, key)) values.push_back(std::stod(entry));
+  return values;
+}
+
+std::string align_set(const std::string& name, std::size_t& images) {
+  plugin_session session(".");
+  const auto paths = test_support::photograph_set(name);
+  std::vector<pixel_image> pictures;
+  for (const auto& path : paths) pictures.push_back(read_image_file(path.string()));
+  for (std::size_t i = 0; i < pictures.size(); ++i) session.add_image(pictures[i], paths[i].string());
+  images = pictures.size();
+  return session.align(1);
+}
+
+TEST(Panorama, every_set_is_one_cylindrical_group_with_agreeing_focal_lengths) {
+  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  for (const char* name : {"hill", "ledge", "pier", "rainier", "uttower"}) {
+    SCOPED_TRACE(name);
+    std::size_t images = 0;
+    const std::string report = align_set(name, images);
+    EXPECT_EQ(std::vector<std::string>{std::to_string(images)}, list_of(report, "groupCount")) << report;
+    EXPECT_EQ(std::vector<std::string>{"1"}, list_of(report, "transformType")) << report;
+    EXPECT_EQ(std::vector<std::string>(images, "true"), list_of(report, "renderable")) << report;
+    const std::vector<double> focal = numbers_of(report, "fl");
+    ASSERT_EQ(images, focal.size()) << report;
+    const auto [low, high] = std::minmax_element(focal.begin(), focal.end());
+    EXPECT_GT(*low, 0.0) << report;
+    EXPECT_LE(*high, 1.05 * *low) << report;
+    const std::vector<double> overlap = numbers_of(report, "overlap");
+    ASSERT_EQ(images, overlap.size()) << report;
+    for (const double value : overlap) {
+      EXPECT_GT(value, 0.0) << report;
+      EXPECT_LE(value, 1.0) << report;
+    }
+  }
+}
+
+}  // namespace
