@@ -40,6 +40,12 @@ class MultiViewAligner {
   void AlignGroupRotation(const component_record<rotation_motion>& group, const view_graph& graph,
                           int32_t input_mode);
 
+  // Refines a component of frames that see one plane and appends it to the
+  // results as one group: each frame placed on the reference frame by the
+  // quadrilateral its rectangle maps to, or, with estimate_distortion, by a
+  // projective map with lens values.
+  void AlignGroupPlanar(const component_record<h_matrix_2d>& group);
+
   uint64_t frame_count = 0;  // frames with features; written by extraction
   HomographyType homography_type;
   bool refine_groups;
