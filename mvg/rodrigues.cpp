@@ -4,6 +4,8 @@
 #include <numbers>
 #include <stdexcept>
 
+#include "mvg/matrix_3x3.h"
+
 namespace {
 
 // Below this angle the series forms of A = sin t / t and B = (1 - cos t) / t^2
@@ -106,4 +108,12 @@ void rodrigues_inv(const double R[9], double r[3]) {
   r[0] = w * (R[7] - R[5]);
   r[1] = w * (R[2] - R[6]);
   r[2] = w * (R[3] - R[1]);
+}
+
+void rodrigues_turn(const double current[3], const double turn[3], double moved[3]) {
+  double small[9], start[9], product[9];
+  rodrigues(turn, small);
+  rodrigues(current, start);
+  multiply_3x3(small, start, product);
+  rodrigues_inv(product, moved);
 }

@@ -10,3 +10,7 @@ void rodrigues(const double r[3], double R[9], double dR[27] = nullptr);
 // is too far out of range for a rotation. Near the identity and near a half
 // turn it takes the numerically safe forms.
 void rodrigues_inv(const double R[9], double r[3]);
+
+// The vector of R(turn) R(current): a rotation moved by a turn applied on
+// its left, the local update of rotation unknowns. Throws as rodrigues_inv.
+void rodrigues_turn(const double current[3], const double turn[3], double moved[3]);

@@ -4,7 +4,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "mvg/matrix_3x3.h"
 #include "mvg/rodrigues.h"
 
 namespace {
@@ -219,11 +218,7 @@ void rotation_camera<Projection, Robust>::advance(const double* block, const dou
     for (int k = 0; k < 3; ++k) moved[k] = current[k] + turn[k];
     return;
   }
-  double small[9], start[9], product[9];
-  ::rodrigues(turn, small);
-  ::rodrigues(current, start);
-  multiply_3x3(small, start, product);
-  rodrigues_inv(product, moved);
+  rodrigues_turn(current, turn, moved);
 }
 
 template struct rotation_camera<pinhole_projection, false>;

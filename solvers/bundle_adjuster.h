@@ -48,6 +48,7 @@
 #include "mvg/linear_solve.h"
 #include "solvers/camera_sharing.h"
 #include "solvers/lm_control.h"
+#include "solvers/normal_blocks.h"
 #include "solvers/sparse_levenberg_marquardt.h"
 
 // A measured image position of a scene point in one camera.

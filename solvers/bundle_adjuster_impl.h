@@ -3,34 +3,6 @@
 
 namespace bundle_detail {
 
-// out (ra x cb) += a^T b for the 2-row blocks a (2 x ra) and b (2 x cb).
-inline void add_transpose_product(double* out, const double* a, std::size_t ra, const double* b, std::size_t cb,
-                                  std::size_t out_stride, double sign = 1.0) {
-  for (std::size_t r = 0; r < ra; ++r) {
-    for (std::size_t c = 0; c < cb; ++c) out[r * out_stride + c] += sign * (a[r] * b[c] + a[ra + r] * b[cb + c]);
-  }
-}
-
-// out (2 x cb) = m (2 x 2) b (2 x cb).
-inline void product_2x2(const double* m, const double* b, std::size_t cb, double* out) {
-  for (std::size_t c = 0; c < cb; ++c) {
-    out[c] = m[0] * b[c] + m[1] * b[cb + c];
-    out[cb + c] = m[2] * b[c] + m[3] * b[cb + c];
-  }
-}
-
-// u^T m v for m (ru x cv) with row stride `stride`.
-inline double bilinear(const double* m, std::size_t stride, const double* u, std::size_t ru, const double* v,
-                       std::size_t cv) {
-  double sum = 0.0;
-  for (std::size_t r = 0; r < ru; ++r) {
-    double row = 0.0;
-    for (std::size_t c = 0; c < cv; ++c) row += m[r * stride + c] * v[c];
-    sum += u[r] * row;
-  }
-  return sum;
-}
-
 inline double difference_step(double value) {
   const double h = std::fabs(value) * 1e-5;
   return h == 0.0 ? 1e-5 : h;
@@ -341,7 +313,7 @@ void bundle_model<Camera, Form>::difference_blocks(const double* x) {
 
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::normal_blocks() {
-  using bundle_detail::add_transpose_product;
+  using normal_blocks::add_transpose_product;
   const std::size_t s = shared_count_;
   std::fill(U(), U() + s * s, 0.0);
   for (std::size_t i = 0; i < camera_count; ++i) {
@@ -401,7 +373,7 @@ void bundle_model<Camera, Form>::gradient(const double* fvec, double* g) const {
 
 template <class Camera, class Form>
 double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
-  using bundle_detail::bilinear;
+  using normal_blocks::bilinear;
   const std::size_t s = shared_count_;
   double diagonal = bilinear(U(), s, p, s, p, s), cross = 0.0;
   for (std::size_t i = 0; i < camera_count; ++i) {
@@ -426,24 +398,16 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
 
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
-  using bundle_detail::add_transpose_product;
+  using normal_blocks::add_transpose_product;
   const std::size_t s = shared_count_, size = reduced_size_;
-  // The points' 2 x 2 blocks, inverted in closed form; a singular one gives
-  // infinities that surface as a rejected step.
+  // The points' 2 x 2 blocks, inverted in closed form.
   for (std::size_t j = 0; j < point_count; ++j) {
-    const double* t = T(j);
-    const double a = t[0] + d[point_offset(j)], b = t[1], c = t[2], e = t[3] + d[point_offset(j) + 1];
-    const double det = a * e - b * c;
-    double* inverse = Tinv(j);
-    inverse[0] = e / det;
-    inverse[1] = -b / det;
-    inverse[2] = -c / det;
-    inverse[3] = a / det;
-    bundle_detail::product_2x2(inverse, P(j), s, YA(j));
+    normal_blocks::damped_inverse_2x2(T(j), d[point_offset(j)], d[point_offset(j) + 1], Tinv(j));
+    normal_blocks::product_2x2(Tinv(j), P(j), s, YA(j));
   }
   for (std::size_t o = 0; o < observation_count_; ++o) {
     const std::size_t f = free_index_[o];
-    if (f != npos) bundle_detail::product_2x2(Tinv(observation_point_[o]), Q(f), camera_sizes_[observation_camera_[o]], YB(f));
+    if (f != npos) normal_blocks::product_2x2(Tinv(observation_point_[o]), Q(f), camera_sizes_[observation_camera_[o]], YB(f));
   }
 
   double* x = X();

@@ -4,10 +4,12 @@
 
 #include "features/extract_features.h"
 #include "matching/match_all_pairs.h"
+#include "matching/estimate_pairs.h"
 #include "matching/pair_table.h"
 #include "rotation/estimate_rotation_pairs.h"
 #include "sources/condition_frame.h"
 #include "sources/lacewright.h"
+#include "sources/automatic_stage.h"
 #include "sources/multi_view_aligner.h"
 #include "sources/rotation_stage.h"
 #include "sources/transformation_type.h"
@@ -34,14 +36,6 @@ usable_frames condition_frames(std::vector<AlignFrame>& frames, const FrameRect&
   return usable;
 }
 
-// The pair stage of the automatic pipeline sizes its tables by
-// frame_count - 1 rows; with fewer than two usable frames frame_count is 0
-// and the run ends in std::length_error.
-void run_pair_stage(const MultiViewAligner& aligner) {
-  const pair_table<bool> connected = make_pair_table<bool>(aligner.frame_count);
-  static_cast<void>(connected);
-}
-
 }  // namespace
 
 void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames) {
@@ -60,10 +54,18 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
   usable.frames.clear();
   if (aligner.frame_count != 0) match_all_pairs(aligner);
 
+  // Both pipelines size their pair tables by frame_count - 1 rows: with
+  // fewer than two usable frames the run ends in std::length_error there.
   switch (params->requested_type) {
-    case transform_automatic:
-      run_pair_stage(aligner);
+    case transform_automatic: {
+      pair_table<h_matrix_2d> motions;
+      pair_table<bool> accepted;
+      pair_table<rotation_pair> rotations;
+      pair_table<bool> turning;
+      estimate_pairs(aligner, motions, accepted, rotations, turning);
+      run_automatic_stage(aligner, usable.preferred, motions, accepted, rotations, turning);
       break;
+    }
     case transform_cylindrical: {
       pair_table<rotation_pair> rotations;
       pair_table<bool> connected;

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
 #include "photographs.h"
+#include "turning_views.h"
 #include "sources/lacewright.h"
 #include "transforms/cylindrical_transform.h"
 
@@ -22,40 +22,6 @@ using rotation = std::array<double, 9>;
 
 constexpr double degree = std::numbers::pi / 180.0;
 
-// The photograph is the view of a camera of focal length 600 at the unit
-// rotation; view k turns by yaw, pitch and roll and has focal length 500.
-struct rendered_views {
-  std::vector<grey_image> images;
-  std::vector<rotation> rotations;  // world to camera
-  double focal = 500.0;
-};
-
-rendered_views render_views(const grey_image& photograph) {
-  const double source_focal = 600.0;
-  const double sx = (photograph.width - 1) / 2.0, sy = (photograph.height - 1) / 2.0;
-  const int width = 360, height = 270;
-  const double cx = (width - 1) / 2.0, cy = (height - 1) / 2.0;
-  const std::array<std::array<double, 3>, 4> turns = {
-      {{1.5, -14.0, 0.5}, {-1.0, -4.5, -1.0}, {2.0, 5.0, 1.5}, {-0.5, 14.5, -0.5}}};  // pitch, yaw, roll in degrees
-  rendered_views views;
-  for (const auto& turn : turns) {
-    const double vector[3] = {turn[0] * degree, turn[1] * degree, turn[2] * degree};
-    rotation r;
-    rodrigues(vector, r.data());
-    // H = K R K0^-1 takes photograph pixels to view pixels.
-    const double k0_inverse[9] = {1 / source_focal, 0, -sx / source_focal, 0, 1 / source_focal, -sy / source_focal, 0, 0, 1};
-    const double k[9] = {views.focal, 0, cx, 0, views.focal, cy, 0, 0, 1};
-    double kr[9], h[9];
-    multiply_3x3(k, r.data(), kr);
-    multiply_3x3(kr, k0_inverse, h);
-    homography map;
-    std::copy(h, h + 9, map.begin());
-    views.images.push_back(warp(photograph, map, width, height));
-    views.rotations.push_back(r);
-  }
-  return views;
-}
-
 double angle_between(const rotation& a, const rotation& b) {
   double trace = 0.0;
   for (std::size_t k = 0; k < 9; ++k) trace += a[k] * b[k];
@@ -65,7 +31,10 @@ double angle_between(const rotation& a, const rotation& b) {
 TEST(RotationGroup, recovers_the_turns_and_the_focal_length_of_rendered_views) {
   const auto paths = photograph_set("uttower");
   if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  rendered_views views = render_views(read_grey(paths[0]));
+  // Yaw steps with some pitch and roll, in degrees; a photograph of focal
+  // length 600 seen by views of focal length 500.
+  turning_views views = render_turning_views(read_grey(paths[0]), 600.0, 500.0, 360, 270,
+                                             {{1.5, -14.0, 0.5}, {-1.0, -4.5, -1.0}, {2.0, 5.0, 1.5}, {-0.5, 14.5, -0.5}});
   std::vector<AlignFrame> frames;
   for (grey_image& image : views.images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
   MultiViewParams params;

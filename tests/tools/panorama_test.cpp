@@ -41,14 +41,14 @@ std::vector<double> numbers_of(const std::string& report, const std::string& key
   return values;
 }
 
-std::string align_set(const std::string& name, std::size_t& images) {
+std::string align_set(const std::string& name, std::size_t& images, int32_t type = 1) {
   plugin_session session(".");
   const auto paths = test_support::photograph_set(name);
   std::vector<pixel_image> pictures;
   for (const auto& path : paths) pictures.push_back(read_image_file(path.string()));
   for (std::size_t i = 0; i < pictures.size(); ++i) session.add_image(pictures[i], paths[i].string());
   images = pictures.size();
-  return session.align(1);
+  return session.align(type);
 }
 
 TEST(Panorama, every_set_is_one_cylindrical_group_with_agreeing_focal_lengths) {
@@ -71,6 +71,18 @@ TEST(Panorama, every_set_is_one_cylindrical_group_with_agreeing_focal_lengths) {
       EXPECT_GT(value, 0.0) << report;
       EXPECT_LE(value, 1.0) << report;
     }
+  }
+}
+
+TEST(Panorama, the_automatic_request_keeps_every_set_in_one_group) {
+  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  for (const char* name : {"hill", "ledge", "pier", "rainier", "uttower"}) {
+    SCOPED_TRACE(name);
+    std::size_t images = 0;
+    const std::string report = align_set(name, images, -1);
+    EXPECT_EQ(std::vector<std::string>{std::to_string(images)}, list_of(report, "groupCount")) << report;
+    EXPECT_EQ(std::vector<std::string>(images, "true"), list_of(report, "renderable")) << report;
+    EXPECT_EQ(images, list_of(report, "sheetID").size()) << report;
   }
 }
 
