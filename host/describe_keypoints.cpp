@@ -9,6 +9,7 @@
 #include "features/scale_space.h"
 #include "host/keypoint_jobs.h"
 #include "host/octave_planes.h"
+#include "host/progress.h"
 
 namespace host {
 namespace {
@@ -173,6 +174,7 @@ void describe_keypoints(std::vector<scale_space>* batch, feature_record* const* 
     if (!first) continue;
     describe(record, span->octave, record.keypoints[span->octave][within], first[span->first_in_record + within]);
   }
+  advance_progress(batch->size());
 }
 
 }  // namespace host

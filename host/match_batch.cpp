@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "host/descriptor_kernels.h"
+#include "host/progress.h"
 #include "matching/match_job.h"
 
 namespace host {
@@ -92,7 +93,9 @@ void match_batch(std::vector<match_job>* jobs) {
 #pragma omp parallel for schedule(dynamic, 1)
   for (std::ptrdiff_t s = 0; s < count; ++s) {
     match_job& job = (*jobs)[static_cast<std::size_t>(s)];
-    if (job.out) job.match_count = run_job(job);
+    if (!job.out) continue;
+    job.match_count = run_job(job);
+    advance_progress(1);
   }
 }
 

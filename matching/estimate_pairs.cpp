@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "host/progress.h"
 #include "matching/robust_estimate.h"
 #include "mvg/pair_homography_refiner.h"
 #include "mvg/pair_rotation_model.h"
@@ -99,6 +100,7 @@ void walk(MultiViewAligner& aligner, HomographyType kind, pair_table<h_matrix_2d
       const bool accepted = accept(aligner, pair, lists, kind, mask, motion);
       if (accepted) refine(lists, mask, motion);
       pair_set[i].push_back(accepted);
+      host::advance_progress(1);
       pair_motions[i].push_back(accepted ? motion : h_matrix_2d(kind));
       if (!pair_rotations) continue;
       rotation_pair record{};

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "host/progress.h"
 #include "mvg/matrix_3x3.h"
 #include "rotation/refine_rotation_pair.h"
 #include "rotation/rotation_ransac.h"
@@ -57,6 +58,7 @@ void estimate_rotation_pairs(MultiViewAligner& aligner, pair_table<rotation_pair
       rotation_pair record{};
       const bool explained = explain_pair(aligner, *aligner.pairs[i][pair_position(i, j)], record);
       connected[i].push_back(explained);
+      host::advance_progress(1);
       pair_lists[i].push_back(explained ? record : rotation_pair{});
     }
   }

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "features/extract_features.h"
+#include "host/progress.h"
 #include "matching/match_all_pairs.h"
 #include "matching/estimate_pairs.h"
 #include "matching/pair_table.h"
@@ -49,9 +50,12 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
   MultiViewAligner aligner(*params, homography_type, first_rect, options);
 
   usable_frames usable = condition_frames(*frames, first_rect);
+  host::begin_progress_stage("extraction", usable.frames.size());
   extract_features(aligner, usable.frames);
   // The frames' samples are not needed beyond extraction.
   usable.frames.clear();
+  const std::size_t pair_count = aligner.frame_count * (aligner.frame_count - 1) / 2;  // 0 for 0 frames too
+  host::begin_progress_stage("matching", pair_count);
   if (aligner.frame_count != 0) match_all_pairs(aligner);
 
   // Both pipelines size their pair tables by frame_count - 1 rows: with
@@ -62,14 +66,18 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       pair_table<bool> accepted;
       pair_table<rotation_pair> rotations;
       pair_table<bool> turning;
+      host::begin_progress_stage("pairs", pair_count);
       estimate_pairs(aligner, motions, accepted, rotations, turning);
+      host::begin_progress_stage("groups", 0);
       run_automatic_stage(aligner, usable.preferred, motions, accepted, rotations, turning);
       break;
     }
     case transform_cylindrical: {
       pair_table<rotation_pair> rotations;
       pair_table<bool> connected;
+      host::begin_progress_stage("pairs", pair_count);
       estimate_rotation_pairs(aligner, rotations, connected);
+      host::begin_progress_stage("groups", 0);
       run_rotation_stage(aligner, usable.preferred, rotations, connected);
       break;
     }

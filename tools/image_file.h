@@ -13,6 +13,7 @@ struct pixel_image {
   int width = 0;
   int height = 0;
   std::vector<uint8_t> pixels;  // 4 bytes a pixel: unused, red, green, blue
+  int orientation = 1;          // the EXIF orientation the file's pixels were turned by
 
   int row_bytes() const { return 4 * width; }
 };
@@ -22,7 +23,8 @@ struct image_file_error : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads a PNG, JPEG, BMP, TGA, GIF (first frame), PSD, HDR or PNM file.
+// Reads a PNG, JPEG, BMP, TGA, GIF (first frame), PSD, HDR or PNM file,
+// turned the way the JPEG's EXIF orientation says it is shown.
 // Throws image_file_error with a message that names the file and the cause.
 pixel_image read_image_file(const std::string& path);
 

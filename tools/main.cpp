@@ -1,132 +1,189 @@
 // lacewright: aligns overlapping photographs from the command line.
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "tools/alignment_json.h"
+#include "tools/command_line.h"
 #include "tools/default_scene.h"
-#include "tools/image_file.h"
-#include "tools/plugin_session.h"
+#include "tools/engine_alignment.h"
+#include "tools/group_preview.h"
+#include "tools/hugin_project.h"
+#include "tools/image_inputs.h"
+#include "tools/output_files.h"
+#include "tools/progress_display.h"
 
 namespace {
 
 using namespace lacewright_tool;
 
-constexpr const char usage[] =
-    "usage: lacewright [align] [--type N] [IMAGE...]\n"
-    "\n"
-    "Aligns overlapping images and prints the alignment report.\n"
-    "With no IMAGE, aligns a built-in synthetic scene of three views.\n"
-    "\n"
-    "  --type N   transform type: 1 rotation about the camera centre (default),\n"
-    "             -1 automatic (planar or rotation per group), 0 and 3 to 6\n"
-    "             match only\n"
-    "  --help     show this text\n";
+// The most images one report can hold.
+constexpr std::size_t most_images = 105;
 
-struct usage_error : std::runtime_error {
-  using std::runtime_error::runtime_error;
+struct named_image {
+  std::string name;
+  pixel_image pixels;
 };
 
-struct options {
-  int32_t type = 1;
-  std::vector<std::string> images;
-  bool help = false;
-};
-
-int32_t parse_type(std::string_view text) {
-  int32_t type = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), type);
-  if (error != std::errc() || end != text.data() + text.size()) {
-    throw usage_error("--type needs an integer, not '" + std::string(text) + "'");
+void check_count(std::size_t count) {
+  if (count > most_images) {
+    throw tool_error("more than " + std::to_string(most_images) + " images (" + std::to_string(count) +
+                         " given): one alignment reports at most " + std::to_string(most_images),
+                     exit_too_many_images);
   }
-  return type;
+  if (count < 2) {
+    throw tool_error("at least two images are needed (" + std::to_string(count) + " given)", exit_too_few_images);
+  }
 }
 
-options parse_arguments(int argc, char** argv) {
-  options parsed;
-  int first = 1;
-  if (argc > 1 && std::string_view(argv[1]) == "align") first = 2;
-  bool only_files = false;
-  for (int i = first; i < argc; ++i) {
-    const std::string_view argument = argv[i];
-    if (only_files || argument.empty() || argument[0] != '-' || argument == "-") {
-      parsed.images.emplace_back(argument);
-    } else if (argument == "--") {
-      only_files = true;
-    } else if (argument == "--help" || argument == "-h") {
-      parsed.help = true;
-    } else if (argument == "--type") {
-      if (i + 1 >= argc) throw usage_error("--type needs a value");
-      parsed.type = parse_type(argv[++i]);
-    } else if (argument.starts_with("--type=")) {
-      parsed.type = parse_type(argument.substr(7));
-    } else {
-      throw usage_error("unknown option '" + std::string(argument) + "'");
+// Reads and hands in every image; keeps the pixels only when a preview
+// will be drawn from them.
+std::vector<pixel_image> add_images(engine_alignment& engine, const std::vector<std::string>& files, bool keep,
+                                    progress_display& progress) {
+  std::vector<pixel_image> kept;
+  progress.stage("reading", files.size());
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    pixel_image image;
+    try {
+      image = read_image_file(files[i]);
+    } catch (const image_file_error& error) {
+      throw tool_error(error.what(), exit_unreadable_input);
+    }
+    engine.add_image(image, files[i]);
+    if (keep) kept.push_back(std::move(image));
+    progress.advance(i + 1);
+  }
+  return kept;
+}
+
+std::vector<pixel_image> add_default_scene(engine_alignment& engine, bool keep) {
+  std::vector<pixel_image> kept;
+  int view = 0;
+  for (pixel_image& image : render_default_scene()) {
+    engine.add_image(image, "synthetic view " + std::to_string(view++));
+    if (keep) kept.push_back(std::move(image));
+  }
+  return kept;
+}
+
+std::unique_ptr<alignment> align(engine_alignment& engine, int32_t type) {
+  try {
+    return engine.align(type);
+  } catch (const plugin_status_error& error) {
+    throw tool_error(error.what(), exit_too_many_images);
+  } catch (const std::length_error& error) {
+    // Both pipelines size their tables by the usable images less one.
+    if (std::strcmp(error.what(), "vector<T> too long") == 0) {
+      throw tool_error("fewer than two of the images are usable (blank or single-tone images are skipped)",
+                       exit_too_few_images);
+    }
+    throw tool_error(std::string("alignment failed: ") + error.what(), exit_alignment_failed);
+  } catch (const std::exception& error) {
+    throw tool_error(std::string("alignment failed: ") + error.what(), exit_alignment_failed);
+  }
+}
+
+// FILE for the first of several outputs, FILE-2.ext, FILE-3.ext, ... after.
+std::string numbered(const std::string& path, std::size_t count) {
+  if (count == 0) return path;
+  const std::filesystem::path p(path);
+  return (p.parent_path() / (p.stem().string() + "-" + std::to_string(count + 1) + p.extension().string())).string();
+}
+
+std::vector<group_files> stage_outputs(const options& parsed, const alignment& run,
+                                       const std::vector<pixel_image>& pictures, output_files& outputs) {
+  const std::vector<result_group> groups = groups_of(run.results);
+  std::vector<group_files> files(groups.size());
+  std::size_t previews = 0, projects = 0;
+  for (const result_group& group : groups) {
+    group_files& written = files[group.number];
+    if (!parsed.preview_path.empty()) {
+      if (const auto picture = draw_group(run, group, pictures, parsed.preview_size)) {
+        written = {numbered(parsed.preview_path, previews++), picture->width, picture->height, {}};
+        outputs.stage(written.preview, [&](const std::string& temporary) { return write_png(temporary, *picture); });
+      }
+    }
+    if (!parsed.pto_path.empty()) {
+      if (const auto project = hugin_project(run, group)) {
+        written.project = numbered(parsed.pto_path, projects++);
+        outputs.stage_text(written.project, *project);
+      }
     }
   }
-  return parsed;
+  if (!parsed.json_path.empty()) outputs.stage_text(parsed.json_path, alignment_json(run, files));
+  return files;
 }
 
-std::string plugin_folder() {
-  std::error_code error;
-  const auto executable = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? std::string(".") : executable.parent_path().string();
-}
-
-// The engine's exceptions name the function that failed; a person wants to
-// know what to change.
-std::string explain(const std::exception& failure) {
-  if (dynamic_cast<const std::length_error*>(&failure) && std::strcmp(failure.what(), "vector<T> too long") == 0) {
-    return "fewer than two of the images are usable (blank or single-tone images are skipped)";
+void print_summary(const alignment& run, const std::vector<group_files>& files, const progress_display& progress) {
+  const std::vector<result_group> groups = groups_of(run.results);
+  std::string sizes;
+  for (const result_group& group : groups) {
+    sizes += (sizes.empty() ? "" : ", ") + std::to_string(group.positions.size());
+    if (!group.positions.empty() && group.positions.size() > 1) {
+      sizes += std::string(" ") + transform_type_name(group.transform_type);
+    }
   }
-  return std::string("alignment failed: ") + failure.what();
+  std::fprintf(stderr, "lacewright: %zu images, %zu groups%s%s%s\n", run.images.size(), groups.size(),
+               sizes.empty() ? "" : " (", sizes.c_str(), sizes.empty() ? "" : ")");
+  std::string times;
+  for (const auto& [name, seconds] : progress.times()) {
+    char part[64];
+    std::snprintf(part, sizeof part, "%s%s %.2f s", times.empty() ? "" : ", ", name.c_str(), seconds);
+    times += part;
+  }
+  std::fprintf(stderr, "lacewright: time: %s\n", times.c_str());
+  for (const group_files& written : files) {
+    if (!written.preview.empty()) std::fprintf(stderr, "lacewright: wrote %s\n", written.preview.c_str());
+    if (!written.project.empty()) std::fprintf(stderr, "lacewright: wrote %s\n", written.project.c_str());
+  }
 }
 
 int run(const options& parsed) {
-  plugin_session session(plugin_folder());
-  if (parsed.images.empty()) {
-    std::fprintf(stderr, "lacewright: no images given; aligning the built-in synthetic scene\n");
-    int view = 0;
-    for (const pixel_image& image : render_default_scene()) {
-      session.add_image(image, "synthetic view " + std::to_string(view++));
-    }
+  const std::vector<std::string> files = expand_inputs(parsed.inputs);
+  if (!parsed.inputs.empty()) check_count(files.size());
+  progress_display progress(!parsed.quiet && ::isatty(STDERR_FILENO));
+  engine_alignment engine;
+  const bool keep = !parsed.preview_path.empty();
+  std::vector<pixel_image> pictures;
+  if (parsed.inputs.empty()) {
+    if (!parsed.quiet) std::fprintf(stderr, "lacewright: no images given; aligning the built-in synthetic scene\n");
+    pictures = add_default_scene(engine, keep);
   } else {
-    for (const std::string& path : parsed.images) session.add_image(read_image_file(path), path);
+    pictures = add_images(engine, files, keep, progress);
   }
-  const std::string report = session.align(parsed.type);
-  std::printf("%s\n", report.c_str());
-  return 0;
+  const std::unique_ptr<alignment> result = align(engine, parsed.type);
+  progress.finish();
+
+  output_files outputs;
+  const std::vector<group_files> written = stage_outputs(parsed, *result, pictures, outputs);
+  outputs.commit();
+  std::printf("%s\n", result->report.c_str());
+  if (!parsed.quiet) print_summary(*result, written, progress);
+  return exit_success;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  options parsed;
   try {
-    parsed = parse_arguments(argc, argv);
-  } catch (const usage_error& error) {
-    std::fprintf(stderr, "lacewright: %s (see lacewright --help)\n", error.what());
-    return 2;
-  }
-  if (parsed.help) {
-    std::fputs(usage, stdout);
-    return 0;
-  }
-  try {
+    const options parsed = parse_command_line(std::vector<std::string>(argv + 1, argv + argc));
+    if (parsed.help) {
+      std::fputs(usage_text, stdout);
+      return exit_success;
+    }
     return run(parsed);
-  } catch (const plugin_status_error& error) {
-    std::fprintf(stderr, "lacewright: %s\n", error.what());
-  } catch (const image_file_error& error) {
-    std::fprintf(stderr, "lacewright: %s\n", error.what());
+  } catch (const tool_error& error) {
+    const bool usage = error.code == exit_usage;
+    std::fprintf(stderr, "lacewright: %s%s\n", error.what(), usage ? " (see lacewright --help)" : "");
+    return error.code;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "lacewright: %s\n", explain(error).c_str());
+    std::fprintf(stderr, "lacewright: %s\n", error.what());
+    return exit_alignment_failed;
   }
-  return 1;
 }

@@ -30,3 +30,8 @@ std::array<double, 2> square_to_quad::operator()(double u, double v) const {
   const double w = g_ * u + h_ * v + 1.0;
   return {(a_ * u + b_ * v + x0_) / w, (d_ * u + e_ * v + y0_) / w};
 }
+
+std::array<double, 9> square_to_quad::matrix() const {
+  if (collapsed_) return {0, 0, 0, 0, 0, 0, 0, 0, 1};
+  return {a_, b_, x0_, d_, e_, y0_, g_, h_, 1.0};
+}

@@ -17,6 +17,10 @@ class square_to_quad {
 
   std::array<double, 2> operator()(double u, double v) const;
 
+  // The same map as a row-major 3 x 3 matrix on homogeneous points, for
+  // callers that compose or invert it.
+  std::array<double, 9> matrix() const;
+
  private:
   double a_ = 0.0, b_ = 0.0, d_ = 0.0, e_ = 0.0, g_ = 0.0, h_ = 0.0;
   double x0_ = 0.0, y0_ = 0.0;

@@ -1,0 +1,28 @@
+// The alignment as JSON, for programs that reuse it: per image its group,
+// its role and every value of its transform, in pixels of the image as given
+// (full size, EXIF-turned); per group its kind, reference, links and the
+// files drawn for it; and the report text itself.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tools/image_placement.h"
+
+namespace lacewright_tool {
+
+// What the tool wrote for one group besides the JSON.
+struct group_files {
+  std::string preview;  // empty when none was drawn
+  int preview_width = 0;
+  int preview_height = 0;
+  std::string project;  // Hugin project; empty when none was written
+};
+
+// `files` has one entry per group, or none.
+std::string alignment_json(const alignment& run, const std::vector<group_files>& files);
+
+// The name of a group's TransformationType, e.g. "cylindrical".
+const char* transform_type_name(int32_t type);
+
+}  // namespace lacewright_tool

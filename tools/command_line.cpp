@@ -1,0 +1,108 @@
+#include "tools/command_line.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace lacewright_tool {
+
+const char usage_text[] =
+    "usage: lacewright [align] [OPTION...] [IMAGE|FOLDER...]\n"
+    "\n"
+    "Aligns overlapping photographs and prints the alignment report. A folder\n"
+    "stands for the images in it, in name order. With no IMAGE, aligns a\n"
+    "built-in synthetic scene of three views.\n"
+    "\n"
+    "  --type N          1: a camera turning about its centre (default);\n"
+    "                    -1: automatic, a plane or a turn per group;\n"
+    "                    0 and 3 to 6: match only, no groups\n"
+    "  --json FILE       write every image's group and transform as JSON\n"
+    "  --preview FILE    draw each group of two or more images as a PNG:\n"
+    "                    FILE for the first, FILE-2.png, ... for the others\n"
+    "  --preview-size N  longest side of a preview in pixels (default 2000)\n"
+    "  --pto FILE        write each turning group as a Hugin project:\n"
+    "                    FILE for the first, FILE-2.pto, ... for the others\n"
+    "  --quiet           no progress and no summary on stderr\n"
+    "  --help            show this text\n"
+    "\n"
+    "Exit codes: 0 aligned; 1 the alignment failed; 2 usage; 3 an input\n"
+    "cannot be read; 4 fewer than two usable images; 5 more than 105 images;\n"
+    "6 unknown type; 7 an output cannot be written.\n";
+
+namespace {
+
+// The types the tool can run: the two pipelines and the match-only kinds.
+bool known_type(int32_t type) { return type == -1 || type == 0 || type == 1 || (type >= 3 && type <= 6); }
+
+int32_t parse_integer(std::string_view option, std::string_view text) {
+  int32_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || text.empty()) {
+    throw tool_error(std::string(option) + " needs an integer, not '" + std::string(text) + "'", exit_usage);
+  }
+  return value;
+}
+
+int32_t parse_type(std::string_view text) {
+  const int32_t type = parse_integer("--type", text);
+  if (!known_type(type)) {
+    throw tool_error("unknown type " + std::to_string(type) + " (use 1, -1, 0 or 3 to 6)", exit_unknown_type);
+  }
+  return type;
+}
+
+// The value of an option given as "--name value" or "--name=value".
+struct option_reader {
+  const std::vector<std::string>& arguments;
+  std::size_t& position;
+
+  bool matches(std::string_view argument, std::string_view name, std::string& value) {
+    if (argument == name) {
+      if (position + 1 >= arguments.size()) throw tool_error(std::string(name) + " needs a value", exit_usage);
+      value = arguments[++position];
+      return true;
+    }
+    if (argument.size() > name.size() && argument.starts_with(name) && argument[name.size()] == '=') {
+      value = argument.substr(name.size() + 1);
+      return true;
+    }
+    return false;
+  }
+};
+
+}  // namespace
+
+options parse_command_line(const std::vector<std::string>& arguments) {
+  options parsed;
+  std::size_t i = !arguments.empty() && arguments[0] == "align" ? 1 : 0;
+  bool only_inputs = false;
+  for (; i < arguments.size(); ++i) {
+    const std::string_view argument = arguments[i];
+    option_reader reader{arguments, i};
+    std::string value;
+    if (only_inputs || argument.empty() || argument[0] != '-' || argument == "-") {
+      parsed.inputs.emplace_back(argument);
+    } else if (argument == "--") {
+      only_inputs = true;
+    } else if (argument == "--help" || argument == "-h") {
+      parsed.help = true;
+    } else if (argument == "--quiet" || argument == "-q") {
+      parsed.quiet = true;
+    } else if (reader.matches(argument, "--type", value)) {
+      parsed.type = parse_type(value);
+    } else if (reader.matches(argument, "--json", value)) {
+      parsed.json_path = value;
+    } else if (reader.matches(argument, "--preview", value)) {
+      parsed.preview_path = value;
+    } else if (reader.matches(argument, "--pto", value)) {
+      parsed.pto_path = value;
+    } else if (reader.matches(argument, "--preview-size", value)) {
+      parsed.preview_size = parse_integer("--preview-size", value);
+      if (parsed.preview_size < 16) throw tool_error("--preview-size needs at least 16 pixels", exit_usage);
+    } else {
+      throw tool_error("unknown option '" + std::string(argument) + "'", exit_usage);
+    }
+  }
+  return parsed;
+}
+
+}  // namespace lacewright_tool

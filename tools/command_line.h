@@ -1,0 +1,47 @@
+// What a person asked the tool for, and the mistakes in how they asked.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace lacewright_tool {
+
+// The tool's exit codes: each kind of failure has its own, so that scripts
+// can tell them apart.
+enum exit_code : int {
+  exit_success = 0,
+  exit_alignment_failed = 1,
+  exit_usage = 2,
+  exit_unreadable_input = 3,
+  exit_too_few_images = 4,
+  exit_too_many_images = 5,
+  exit_unknown_type = 6,
+  exit_output_failed = 7,
+};
+
+// A failure that ends the run: one sentence for stderr and its exit code.
+struct tool_error : std::runtime_error {
+  tool_error(const std::string& sentence, exit_code exit) : std::runtime_error(sentence), code(exit) {}
+  exit_code code;
+};
+
+struct options {
+  int32_t type = 1;
+  std::vector<std::string> inputs;  // image files and folders, in order
+  std::string json_path;
+  std::string preview_path;
+  std::string pto_path;
+  int preview_size = 2000;  // longest side of a preview, in pixels
+  bool quiet = false;
+  bool help = false;
+};
+
+extern const char usage_text[];
+
+// Reads the arguments (without the program name). Throws tool_error with
+// exit_usage or exit_unknown_type.
+options parse_command_line(const std::vector<std::string>& arguments);
+
+}  // namespace lacewright_tool

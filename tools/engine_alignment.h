@@ -1,0 +1,48 @@
+// An alignment run in the tool's own process through the engine's direct
+// entries, so that the transform objects survive for the tool's outputs.
+// Images go in through the script function addImage, as a host hands them.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "sources/multi_view_params.h"
+#include "tools/image_file.h"
+#include "tools/plugin_session.h"
+
+namespace lacewright_tool {
+
+// One image as it was handed in.
+struct input_image {
+  std::string name;
+  int width = 0;   // of the image as given, after its EXIF orientation
+  int height = 0;
+  int reduction_level = 0;  // the engine saw it 2^level times smaller
+  int orientation = 1;      // EXIF orientation of the file: its pixels were turned to be given
+};
+
+struct alignment {
+  int32_t type = 0;
+  std::string report;
+  MultiViewParams results;
+  std::vector<input_image> images;  // in the order given; sheet i is image i
+};
+
+class engine_alignment {
+ public:
+  engine_alignment();
+
+  void add_image(const pixel_image& image, const std::string& name);
+
+  // Aligns every image added so far. Throws plugin_status_error when the
+  // report would not fit; exceptions of the engine pass through.
+  std::unique_ptr<alignment> align(int32_t requested_type);
+
+ private:
+  plugin_session session_;
+  std::vector<input_image> images_;
+};
+
+}  // namespace lacewright_tool

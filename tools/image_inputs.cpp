@@ -1,0 +1,45 @@
+#include "tools/image_inputs.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <string_view>
+
+#include "tools/command_line.h"
+
+namespace lacewright_tool {
+
+bool has_image_extension(const std::string& name) {
+  static constexpr std::array<std::string_view, 12> extensions = {
+      ".jpg", ".jpeg", ".png", ".bmp", ".tga", ".gif", ".psd", ".hdr", ".pnm", ".ppm", ".pgm", ".jpe"};
+  std::string extension = std::filesystem::path(name).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return std::find(extensions.begin(), extensions.end(), extension) != extensions.end();
+}
+
+std::vector<std::string> expand_inputs(const std::vector<std::string>& inputs) {
+  std::vector<std::string> files;
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (std::filesystem::is_directory(input, error)) {
+      std::vector<std::string> found;
+      for (const auto& entry : std::filesystem::directory_iterator(input, error)) {
+        if (entry.is_regular_file(error) && has_image_extension(entry.path().filename().string())) {
+          found.push_back(entry.path().string());
+        }
+      }
+      if (error) throw tool_error("cannot read the folder '" + input + "': " + error.message(), exit_unreadable_input);
+      std::sort(found.begin(), found.end());
+      files.insert(files.end(), found.begin(), found.end());
+    } else if (std::filesystem::exists(input, error)) {
+      files.push_back(input);
+    } else {
+      throw tool_error("cannot read '" + input + "': there is no such file or folder", exit_unreadable_input);
+    }
+  }
+  return files;
+}
+
+}  // namespace lacewright_tool

@@ -1,0 +1,61 @@
+#include "tools/progress_display.h"
+
+#include "host/progress.h"
+
+namespace lacewright_tool {
+namespace {
+
+void on_stage(void* context, const char* name, std::size_t total) {
+  static_cast<progress_display*>(context)->stage(name, total);
+}
+
+void on_advance(void* context, std::size_t done, std::size_t) {
+  static_cast<progress_display*>(context)->advance(done);
+}
+
+}  // namespace
+
+progress_display::progress_display(bool live) : live_(live) {
+  host::set_progress_reporter({on_stage, on_advance, this});
+}
+
+progress_display::~progress_display() { host::set_progress_reporter({}); }
+
+void progress_display::stage(const std::string& name, std::size_t total) {
+  end_stage();
+  name_ = name;
+  total_ = total;
+  done_ = 0;
+  started_ = clock::now();
+  draw();
+}
+
+void progress_display::advance(std::size_t done) {
+  done_ = done;
+  // A redraw a few times a second is plenty, and keeps the terminal cheap.
+  if (clock::now() - drawn_ > std::chrono::milliseconds(100) || done_ == total_) draw();
+}
+
+void progress_display::finish() {
+  end_stage();
+  if (live_) std::fputs("\r\033[K", stderr);
+}
+
+void progress_display::end_stage() {
+  if (name_.empty()) return;
+  times_.push_back({name_, std::chrono::duration<double>(clock::now() - started_).count()});
+  name_.clear();
+}
+
+void progress_display::draw() {
+  drawn_ = clock::now();
+  if (!live_) return;
+  if (total_ > 0) {
+    std::fprintf(stderr, "\r\033[K%s %zu/%zu", name_.c_str(), done_, total_);
+  } else {
+    std::fprintf(stderr, "\r\033[K%s ...", name_.c_str());
+  }
+  std::fflush(stderr);
+}
+
+}  // namespace lacewright_tool
