@@ -136,8 +136,10 @@ std::optional<group_picture> draw_group(const alignment& run, const result_group
   const double longest = std::max(bounds.right - bounds.left, bounds.bottom - bounds.top);
   out.scale = std::min(1.0, longest_side / longest);
   out.origin = {bounds.left, bounds.top};
-  out.width = std::max(1, static_cast<int>(std::ceil((bounds.right - bounds.left) * out.scale)));
-  out.height = std::max(1, static_cast<int>(std::ceil((bounds.bottom - bounds.top) * out.scale)));
+  // The slack keeps a side that is exactly the longest from rounding up.
+  const auto side = [&](double extent) { return std::max(1, static_cast<int>(std::ceil(extent * out.scale - 1e-6))); };
+  out.width = side(bounds.right - bounds.left);
+  out.height = side(bounds.bottom - bounds.top);
   out.rgba.assign(4 * static_cast<std::size_t>(out.width) * out.height, 0);
 
   for (sampled_image& image : images) {

@@ -1,19 +1,25 @@
-// The command-line tool as a person runs it: one clear line on stderr and a
-// non-zero exit for every mistake, never a crash.
+// The command-line tool as a person runs it: the report on stdout, the JSON,
+// previews and Hugin projects it writes, and one clear line on stderr with
+// its own exit code for every mistake, never a crash or a half-written file.
 #include <gtest/gtest.h>
+#include <stb_image.h>
 #include <stb_image_write.h>
 #include <sys/wait.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "photographs.h"
+#include "report_lists.h"
 
 namespace {
+
+using nlohmann::json;
+using test_support::list_of;
 
 struct outcome {
   int exit_code;
@@ -52,46 +58,133 @@ class Tool : public testing::Test {
     return path;
   }
 
+  std::string in_folder(const std::string& name) const { return (folder_ / name).string(); }
+
   std::filesystem::path folder_;
 };
 
-void expect_one_line(const outcome& result, const std::string& fragment) {
-  EXPECT_NE(0, result.exit_code);
+void expect_failure(const outcome& result, int exit_code, const std::string& fragment) {
+  EXPECT_EQ(exit_code, result.exit_code) << result.err;
   ASSERT_FALSE(result.err.empty());
   EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
   EXPECT_EQ(0u, result.err.rfind("lacewright: ", 0)) << result.err;
   EXPECT_NE(std::string::npos, result.err.find(fragment)) << result.err;
+  EXPECT_TRUE(result.out.empty()) << result.out;
 }
 
-TEST_F(Tool, prints_the_report_of_the_default_scene) {
-  const outcome result = run("align --type 0");
-  EXPECT_EQ(0, result.exit_code) << result.err;
-  EXPECT_EQ(0u, result.out.rfind("({'sheetID':", 0)) << result.out;
-  EXPECT_NE(std::string::npos, result.out.find("'overlap':[0.00000,0.00000,0.00000]"));
+// The JSON says what the report says: the same groups, references, kinds,
+// links and focal lengths, and the report itself.
+void expect_agreement(const json& document, const std::string& report) {
+  EXPECT_EQ(report, document["report"].get<std::string>() + "\n");
+  std::vector<std::string> sheets, counts, references, types, renderable, focal_lengths;
+  for (const json& group : document["groups"]) {
+    counts.push_back(std::to_string(group["images"].size()));
+    references.push_back(std::to_string(group["reference"].get<int>()));
+    types.push_back(std::to_string(group["transformType"].get<int>()));
+    EXPECT_EQ(group["images"].size(), group["connectivity"].size());
+    for (const json& sheet : group["images"]) {
+      sheets.push_back(std::to_string(sheet.get<int>()));
+      const json& image = document["images"][sheet.get<std::size_t>()];
+      EXPECT_EQ(group["group"], image["group"]);
+      renderable.push_back(image["renderable"].get<bool>() ? "true" : "false");
+      const json& transform = image["transform"];
+      char text[32] = "0.0";
+      if (!transform.is_null() && transform["kind"] == "cylindrical") {
+        std::snprintf(text, sizeof text, "%5.1f", transform["focal_length"][0].get<double>());
+      }
+      focal_lengths.push_back(text);
+    }
+  }
+  EXPECT_EQ(list_of(report, "sheetID"), sheets);
+  EXPECT_EQ(list_of(report, "groupCount"), counts);
+  EXPECT_EQ(list_of(report, "refSheetID"), references);
+  EXPECT_EQ(list_of(report, "transformType"), types);
+  EXPECT_EQ(list_of(report, "renderable"), renderable);
+  EXPECT_EQ(list_of(report, "fl"), focal_lengths);
 }
 
-TEST_F(Tool, usage_mistakes_exit_with_2) {
-  const outcome unknown = run("--frobnicate");
-  expect_one_line(unknown, "unknown option '--frobnicate'");
-  EXPECT_EQ(2, unknown.exit_code);
-  expect_one_line(run("--type"), "--type needs a value");
-  expect_one_line(run("--type=one"), "--type needs an integer");
+// The preview exists with the size the JSON gives, within the size asked
+// for, and mostly covered by images.
+void expect_preview(const json& group, int longest_side) {
+  ASSERT_TRUE(group.contains("preview")) << group.dump();
+  const std::string file = group["preview"]["file"];
+  int width = 0, height = 0, channels = 0;
+  stbi_uc* pixels = stbi_load(file.c_str(), &width, &height, &channels, 4);
+  ASSERT_NE(nullptr, pixels) << file;
+  EXPECT_EQ(group["preview"]["width"].get<int>(), width);
+  EXPECT_EQ(group["preview"]["height"].get<int>(), height);
+  EXPECT_LE(std::max(width, height), longest_side);
+  EXPECT_GE(std::max(width, height), longest_side - 1);
+  std::size_t covered = 0;
+  for (int i = 0; i < width * height; ++i) covered += pixels[4 * i + 3] == 255;
+  stbi_image_free(pixels);
+  EXPECT_GT(static_cast<double>(covered) / (width * height), 0.5);
+}
+
+TEST_F(Tool, without_images_it_aligns_the_built_in_scene_and_writes_every_output) {
+  const outcome result = run("--json " + in_folder("run.json") + " --preview " + in_folder("run.png") + " --pto " +
+                             in_folder("run.pto") + " --preview-size 300");
+  ASSERT_EQ(0, result.exit_code) << result.err;
+  EXPECT_EQ(0u, result.out.rfind("({'sheetID':[0,1,2], 'renderable':[true,true,true], 'groupCount':[3]", 0))
+      << result.out;
+  EXPECT_NE(std::string::npos, result.err.find("3 images, 1 groups (3 cylindrical)")) << result.err;
+  EXPECT_NE(std::string::npos, result.err.find("time: extraction")) << result.err;
+  const json document = json::parse(slurp(in_folder("run.json")));
+  expect_agreement(document, result.out);
+  expect_preview(document["groups"][0], 300);
+  EXPECT_EQ(in_folder("run.pto"), document["groups"][0]["project"]);
+  EXPECT_EQ(0u, slurp(in_folder("run.pto")).rfind("# hugin project file\n", 0));
+}
+
+TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
+  const std::string a = grey_png("a.png", 32, 24, 255);
+  const std::string b = grey_png("b.png", 32, 24, 255);
+  expect_failure(run("--frobnicate"), 2, "unknown option '--frobnicate' (see lacewright --help)");
+  expect_failure(run("--type"), 2, "--type needs a value");
+  expect_failure(run("--type=one"), 2, "--type needs an integer, not 'one'");
+  expect_failure(run("--type 12 " + a + " " + b), 6, "unknown type 12");
+  expect_failure(run(in_folder("missing.png") + " " + a), 3, "cannot read '" + in_folder("missing.png") + "'");
+  std::ofstream(in_folder("fake.png")) << "not an image";
+  expect_failure(run(in_folder("fake.png") + " " + a), 3, "cannot read '" + in_folder("fake.png") + "'");
+  expect_failure(run(a), 4, "at least two images are needed (1 given)");
+  expect_failure(run(a + " " + b), 4, "fewer than two of the images are usable");
+  std::string many;
+  for (int i = 0; i < 106; ++i) many += " " + a;
+  expect_failure(run(many), 5, "more than 105 images (106 given)");
   EXPECT_EQ(0, run("--help").exit_code);
 }
 
-TEST_F(Tool, unreadable_files_are_named) {
-  expect_one_line(run((folder_ / "missing.png").string()), "missing.png");
-  const auto fake = folder_ / "fake.png";
-  std::ofstream(fake) << "not an image";
-  expect_one_line(run(fake.string()), "cannot read '" + fake.string() + "'");
+TEST_F(Tool, an_output_that_cannot_be_written_leaves_no_other_behind) {
+  const outcome result =
+      run("--quiet --preview " + in_folder("run.png") + " --json " + in_folder("missing/run.json"));
+  expect_failure(result, 7, "cannot write '" + in_folder("missing/run.json") + "'");
+  for (const auto& entry : std::filesystem::directory_iterator(folder_)) {
+    EXPECT_TRUE(entry.path().filename() == "stdout" || entry.path().filename() == "stderr") << entry.path();
+  }
 }
 
-TEST_F(Tool, engine_refusals_become_clear_messages) {
-  const std::string a = grey_png("a.png", 32, 24, 255);
-  const std::string b = grey_png("b.png", 32, 24, 255);
-  expect_one_line(run(a), "at least two images are needed");
-  expect_one_line(run(a + " " + b), "fewer than two of the images are usable");
-  expect_one_line(run("--type 12 " + a + " " + b), "unknown input type");
+TEST_F(Tool, shared_sets_give_agreeing_json_and_previews_for_both_pipelines) {
+  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  for (const char* set : {"hill", "pier"}) {
+    for (const char* type : {"1", "-1"}) {
+      SCOPED_TRACE(std::string(set) + " type " + type);
+      const std::string folder = (test_support::photograph_folder() / set).string();
+      const outcome result = run(std::string("--quiet --type ") + type + " --preview-size 400 --json " +
+                                 in_folder("run.json") + " --preview " + in_folder("run.png") + " " + folder);
+      ASSERT_EQ(0, result.exit_code) << result.err;
+      EXPECT_TRUE(result.err.empty()) << result.err;
+      const json document = json::parse(slurp(in_folder("run.json")));
+      expect_agreement(document, result.out);
+      ASSERT_EQ(1u, document["groups"].size());
+      expect_preview(document["groups"][0], 400);
+      const std::string expected_kind = std::string(type) == "1" ? "cylindrical" : "planar";
+      for (const json& image : document["images"]) {
+        if (!image["transform"].is_null()) {
+          EXPECT_EQ(expected_kind, image["transform"]["kind"]);
+        }
+      }
+    }
+  }
 }
 
 TEST_F(Tool, the_report_does_not_depend_on_the_thread_count_or_the_process) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "photographs.h"
+#include "report_lists.h"
 #include "tools/image_file.h"
 #include "tools/plugin_session.h"
 
@@ -17,29 +18,8 @@ namespace {
 
 using namespace lacewright_tool;
 
-// The entries of one list of the report, as texts.
-std::vector<std::string> list_of(const std::string& report, const std::string& key) {
-  const std::size_t start = report.find("'" + key + "':[");
-  if (start == std::string::npos) return {};
-  const std::size_t open = report.find('[', start) + 1;
-  const std::size_t close = report.find(']', open);
-  std::vector<std::string> entries;
-  const std::string body = report.substr(open, close - open);
-  std::size_t from = 0;
-  while (from <= body.size() && !body.empty()) {
-    const std::size_t comma = body.find(',', from);
-    entries.push_back(body.substr(from, comma == std::string::npos ? std::string::npos : comma - from));
-    if (comma == std::string::npos) break;
-    from = comma + 1;
-  }
-  return entries;
-}
-
-std::vector<double> numbers_of(const std::string& report, const std::string& key) {
-  std::vector<double> values;
-  for (const std::string& entry : list_of(report, key)) values.push_back(std::stod(entry));
-  return values;
-}
+using test_support::list_of;
+using test_support::numbers_of;
 
 std::string align_set(const std::string& name, std::size_t& images, int32_t type = 1) {
   plugin_session session(".");
