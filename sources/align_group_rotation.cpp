@@ -11,6 +11,7 @@
 #include "rotation/refine_cameras.h"
 #include "sources/group_reporting.h"
 #include "sources/multi_view_aligner.h"
+#include "sources/rotation_group_cameras.h"
 #include "sources/transformation_type.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/simple_camera_parameters.h"
@@ -111,11 +112,13 @@ void MultiViewAligner::AlignGroupRotation(const component_record<rotation_motion
 
   const FrameRect& middle = rects[reference];
   const double scale = reduction_scale(reduction_levels[group.frame_ids[reference]]) * cameras.lenses[reference].fx;
+  std::vector<group_camera> observed;
   for (std::size_t k = 0; k < frames; ++k) {
     const uint64_t id = group.frame_ids[k];
     params->sheetID.push_back(sheet_ids[id]);
     params->renderable.push_back(true);
     const SimpleCameraParameters camera = output_camera(cameras.lenses[k], reduction_scale(reduction_levels[id]));
+    observed.push_back({sheet_ids[id], camera, cameras.rotations[k]});
     if (type == transform_spherical) {
       params->transforms.push_back(std::make_unique<SphericalTransform>());
     } else {
@@ -124,4 +127,5 @@ void MultiViewAligner::AlignGroupRotation(const component_record<rotation_motion
           (middle.top + middle.bottom) / 2.0));
     }
   }
+  report_rotation_group(observed);
 }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "sources/transformation_type.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"
@@ -26,15 +27,27 @@ double reduction(const alignment& run, int32_t sheet) {
   return std::ldexp(1.0, run.images[static_cast<std::size_t>(sheet)].reduction_level);
 }
 
+// The camera of a turning group's image: its kind and lens values.
+json turned_camera_entry(const char* kind, const double* rotation, const SimpleCameraParameters& camera) {
+  return {{"kind", kind},
+          {"rotation", std::vector<double>(rotation, rotation + 9)},
+          {"focal_length", {camera.focal_length()[0], camera.focal_length()[1]}},
+          {"centre", {camera.image_center()[0], camera.image_center()[1]}},
+          {"lens", {camera.distortion()[0], camera.distortion()[1]}}};
+}
+
 json cylindrical(const CylindricalTransform& t) {
-  return {{"kind", "cylindrical"},
-          {"rotation", numbers(t.rotation)},
-          {"focal_length", {t.camera.focal_length()[0], t.camera.focal_length()[1]}},
-          {"centre", {t.camera.image_center()[0], t.camera.image_center()[1]}},
-          {"lens", {t.camera.distortion()[0], t.camera.distortion()[1]}},
-          {"scale", numbers(t.scale)},
-          {"phase_range", t.phase_range},
-          {"pixel_shift", numbers(t.pixel_shift)}};
+  json entry = turned_camera_entry("cylindrical", t.rotation, t.camera);
+  entry["scale"] = numbers(t.scale);
+  entry["phase_range"] = t.phase_range;
+  entry["pixel_shift"] = numbers(t.pixel_shift);
+  return entry;
+}
+
+// A sphere's transforms carry no numbers; the observed camera does.
+json spherical(const std::optional<group_camera>& observed) {
+  if (!observed) return {{"kind", "spherical"}};
+  return turned_camera_entry("spherical", observed->rotation.data(), observed->camera);
 }
 
 // The rectangle is the image's, the quadrilateral lies in the reference
@@ -56,10 +69,10 @@ json planar_lens(const DistortRd2Transform& t, const image_placement& placement)
 
 json transform_of(const alignment& run, const result_group& group, std::size_t position) {
   const PixelTransform* transform = run.results.transforms[position].get();
-  if (group.transform_type == 2) return {{"kind", "spherical"}};
+  const int32_t sheet = run.results.sheetID[position];
+  if (group.transform_type == transform_spherical) return spherical(run.cameras[static_cast<std::size_t>(sheet)]);
   if (!transform) return nullptr;
   const image_placement placement = place_image(run, group, position);
-  const int32_t sheet = run.results.sheetID[position];
   switch (transform->kind) {
     case CylindricalTransform::class_kind: return cylindrical(static_cast<const CylindricalTransform&>(*transform));
     case DistortTransform::class_kind:

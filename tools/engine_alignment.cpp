@@ -17,8 +17,20 @@ void engine_alignment::add_image(const pixel_image& image, const std::string& na
 std::unique_ptr<alignment> engine_alignment::align(int32_t requested_type) {
   auto run = std::make_unique<alignment>();
   run->type = requested_type;
+  run->cameras.resize(images_.size());
+  observe_rotation_groups([&cameras = run->cameras](std::span<const group_camera> group) {
+    for (const group_camera& camera : group) cameras.at(static_cast<std::size_t>(camera.sheet)) = camera;
+  });
   std::vector<char> report(report_capacity);
-  if (align_image_list(requested_type, run->results, report) != status_ok) {
+  int32_t status = status_ok;
+  try {
+    status = align_image_list(requested_type, run->results, report);
+  } catch (...) {
+    observe_rotation_groups({});
+    throw;
+  }
+  observe_rotation_groups({});
+  if (status != status_ok) {
     throw plugin_status_error("too many images for one report (at most 105 can be reported)", status_no_memory);
   }
   run->report = report.data();

@@ -5,10 +5,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "sources/multi_view_params.h"
+#include "sources/rotation_group_cameras.h"
 #include "tools/image_file.h"
 #include "tools/plugin_session.h"
 
@@ -28,6 +30,8 @@ struct alignment {
   std::string report;
   MultiViewParams results;
   std::vector<input_image> images;  // in the order given; sheet i is image i
+  // The refined camera of each image of a rotation group, by image number.
+  std::vector<std::optional<group_camera>> cameras;
 };
 
 class engine_alignment {

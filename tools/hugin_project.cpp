@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "mvg/matrix_3x3.h"
+#include "sources/transformation_type.h"
 
 namespace lacewright_tool {
 namespace {
@@ -32,22 +33,28 @@ matrix transposed(const matrix& m) {
   return out;
 }
 
-// How far the group reaches around and along the cylinder's axis, in
-// radians of phase and units of height.
-struct cylinder_extent {
-  double first_phase = INFINITY, last_phase = -INFINITY;
-  double reach = 0.0;  // largest |height|
+// How far the group reaches around the vertical and up or down: longitudes
+// in radians, and the vertical coordinate of the panorama's projection
+// (the tangent of the latitude on a cylinder, the latitude on a sphere).
+struct panorama_extent {
+  bool sphere = false;
+  double first_longitude = INFINITY, last_longitude = -INFINITY;
+  double reach = 0.0;
 
-  void add(const cylinder_placement& c, double width, double height) {
+  void add(const turned_camera& camera, double width, double height) {
+    const ray middle = camera.ray_of(camera.centre);
+    const double middle_longitude = std::atan2(middle[0], middle[2]);
     constexpr int samples = 32;
     for (int s = 0; s <= samples; ++s) {
       const double t = static_cast<double>(s) / samples;
       for (const point p : {point{t * width, 0}, point{t * width, height}, point{0, t * height}, point{width, t * height}}) {
-        const point out = c.to_output(p);
-        const double phase = (out[0] - c.shift[0]) / c.scale[0];
-        first_phase = std::min(first_phase, phase);
-        last_phase = std::max(last_phase, phase);
-        reach = std::max(reach, std::fabs((out[1] - c.shift[1]) / c.scale[1]));
+        const ray r = camera.ray_of(p);
+        const double around = std::hypot(r[0], r[2]);
+        const double longitude = middle_longitude + std::remainder(std::atan2(r[0], r[2]) - middle_longitude,
+                                                                   2.0 * std::numbers::pi);
+        first_longitude = std::min(first_longitude, longitude);
+        last_longitude = std::max(last_longitude, longitude);
+        reach = std::max(reach, std::fabs(sphere ? std::atan2(r[1], around) : r[1] / around));
       }
     }
   }
@@ -62,7 +69,7 @@ struct stored_image {
   double extra_roll;        // degrees
 };
 
-stored_image as_stored(const input_image& image, const cylinder_placement& c) {
+stored_image as_stored(const input_image& image, const turned_camera& c) {
   const double w = image.width, h = image.height;
   const double dx = c.centre[0] - w / 2, dy = c.centre[1] - h / 2;
   switch (image.orientation) {
@@ -73,7 +80,7 @@ stored_image as_stored(const input_image& image, const cylinder_placement& c) {
   }
 }
 
-std::string image_line(const input_image& image, const cylinder_placement& c, double middle_phase) {
+std::string image_line(const input_image& image, const turned_camera& c, double middle_phase) {
   const stored_image stored = as_stored(image, c);
   const matrix centred = product(yaw_matrix(-middle_phase), c.rotation);
   const std::array<double, 3> angles = yaw_pitch_roll(centred);
@@ -102,25 +109,34 @@ matrix rotation_of(const std::array<double, 3>& angles) {
                  product(pitch_matrix(angles[1] / degrees_per_radian), roll_matrix(angles[2] / degrees_per_radian)));
 }
 
+// The turned camera of a placement on a cylinder or a sphere, with the
+// panorama's pixels per radian.
+std::optional<std::pair<turned_camera, double>> turned(const image_placement& placement) {
+  if (const auto* c = std::get_if<cylinder_placement>(&placement)) return std::pair{c->camera, c->scale[0]};
+  if (const auto* s = std::get_if<sphere_placement>(&placement)) return std::pair{s->camera, s->pixels_per_radian};
+  return std::nullopt;
+}
+
 std::optional<std::string> hugin_project(const alignment& run, const result_group& group) {
-  std::vector<std::pair<const input_image*, cylinder_placement>> cameras;
-  cylinder_extent extent;
+  std::vector<std::pair<const input_image*, turned_camera>> cameras;
+  panorama_extent extent{group.transform_type == transform_spherical};
+  double pixels_per_radian = 0.0;
   for (const std::size_t position : group.positions) {
-    const image_placement placement = place_image(run, group, position);
-    if (!std::holds_alternative<cylinder_placement>(placement)) continue;
+    const auto camera = turned(place_image(run, group, position));
+    if (!camera) continue;
     const input_image& image = run.images[static_cast<std::size_t>(run.results.sheetID[position])];
-    cameras.emplace_back(&image, std::get<cylinder_placement>(placement));
-    extent.add(cameras.back().second, image.width, image.height);
+    cameras.emplace_back(&image, camera->first);
+    pixels_per_radian = camera->second;
+    extent.add(camera->first, image.width, image.height);
   }
   if (cameras.empty()) return std::nullopt;
 
-  const double pixels_per_radian = cameras.front().second.scale[0];
-  const double around = std::min(extent.last_phase - extent.first_phase, 2.0 * std::numbers::pi);
-  const double middle = (extent.first_phase + extent.last_phase) / 2.0;
+  const double around = std::min(extent.last_longitude - extent.first_longitude, 2.0 * std::numbers::pi);
+  const double middle = (extent.first_longitude + extent.last_longitude) / 2.0;
   std::ostringstream project;
   project.precision(10);
   project << "# hugin project file\n# written by lacewright\n";
-  project << "p f1 w" << std::ceil(around * pixels_per_radian) << " h"
+  project << "p f" << (extent.sphere ? 2 : 1) << " w" << std::ceil(around * pixels_per_radian) << " h"
           << std::ceil(2.0 * extent.reach * pixels_per_radian) << " v" << around * degrees_per_radian
           << " E0 R0 n\"TIFF_m c:LZW r:CROP\"\n";
   project << "m i0\n\n";

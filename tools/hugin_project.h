@@ -1,7 +1,7 @@
 // A turning group as a Hugin project (.pto), so that Hugin's renderer nona
 // and enblend make a full-resolution panorama from the alignment: per image
 // its file, lens (rectilinear, field of view, centre shift) and orientation
-// as yaw, pitch and roll; the panorama as a cylinder wide enough for the
+// as yaw, pitch and roll; the panorama as a cylinder or a sphere as wide as the
 // group.
 #pragma once
 
@@ -21,7 +21,7 @@ std::array<double, 3> yaw_pitch_roll(const std::array<double, 9>& rotation);
 // The inverse: the rotation of yaw, pitch and roll in degrees.
 std::array<double, 9> rotation_of(const std::array<double, 3>& angles);
 
-// The project text of a group whose images carry cylindrical placements;
+// The project text of a group of turned cameras, on a cylinder or a sphere;
 // empty when the group has none.
 std::optional<std::string> hugin_project(const alignment& run, const result_group& group);
 

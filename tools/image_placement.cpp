@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "mvg/matrix_3x3.h"
+#include "sources/transformation_type.h"
 #include "transforms/cylinder_point.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
@@ -46,13 +47,30 @@ matrix rectangle_to_quad(const DistortTransform& t) {
 
 cylinder_placement cylinder_of(const CylindricalTransform& t) {
   cylinder_placement c;
-  std::copy(std::begin(t.rotation), std::end(t.rotation), c.rotation.begin());
-  c.focal = {t.camera.focal_length()[0], t.camera.focal_length()[1]};
-  c.centre = {t.camera.image_center()[0], t.camera.image_center()[1]};
+  std::copy(std::begin(t.rotation), std::end(t.rotation), c.camera.rotation.begin());
+  c.camera.focal = {t.camera.focal_length()[0], t.camera.focal_length()[1]};
+  c.camera.centre = {t.camera.image_center()[0], t.camera.image_center()[1]};
   c.scale = {t.scale[0], t.scale[1]};
   c.phase_range = t.phase_range;
   c.shift = {t.pixel_shift[0], t.pixel_shift[1]};
   return c;
+}
+
+turned_camera camera_of(const group_camera& observed) {
+  return {observed.rotation,
+          {observed.camera.focal_length()[0], observed.camera.focal_length()[1]},
+          {observed.camera.image_center()[0], observed.camera.image_center()[1]}};
+}
+
+// A sphere's images are drawn at the reference camera's scale.
+image_placement sphere_of(const alignment& run, const result_group& group, int32_t sheet) {
+  const auto& own = run.cameras[static_cast<std::size_t>(sheet)];
+  const auto& reference = run.cameras[static_cast<std::size_t>(group.reference_sheet)];
+  if (!own || !reference) return std::monostate{};
+  sphere_placement s{camera_of(*own), reference->camera.focal_length()[0], 0.0};
+  const ray middle = s.camera.ray_of(s.camera.centre);
+  s.middle_longitude = std::atan2(middle[0], middle[2]);
+  return s;
 }
 
 }  // namespace
@@ -75,21 +93,43 @@ point apply_homography(const matrix& m, point p) {
   return {(m[0] * p[0] + m[1] * p[1] + m[2]) / w, (m[3] * p[0] + m[4] * p[1] + m[5]) / w};
 }
 
+ray turned_camera::ray_of(point pixel) const {
+  const double u = (pixel[0] - centre[0]) / focal[0], v = (pixel[1] - centre[1]) / focal[1];
+  const matrix& R = rotation;
+  return {R[0] * u + R[1] * v + R[2], R[3] * u + R[4] * v + R[5], R[6] * u + R[7] * v + R[8]};
+}
+
+std::optional<point> turned_camera::pixel_of(const ray& r) const {
+  const matrix& R = rotation;  // the camera's ray is R^T r
+  const double x = R[0] * r[0] + R[3] * r[1] + R[6] * r[2];
+  const double y = R[1] * r[0] + R[4] * r[1] + R[7] * r[2];
+  const double z = R[2] * r[0] + R[5] * r[1] + R[8] * r[2];
+  if (z <= 1e-9) return std::nullopt;
+  return point{focal[0] * x / z + centre[0], focal[1] * y / z + centre[1]};
+}
+
 point cylinder_placement::to_output(point image) const {
-  const cylinder_coordinates c = CylinderPoint(rotation.data(), focal.data(), centre.data(), image[0], image[1]);
+  const cylinder_coordinates c =
+      CylinderPoint(camera.rotation.data(), camera.focal.data(), camera.centre.data(), image[0], image[1]);
   return {wrap_phase(c.phase, phase_range) * scale[0] + shift[0], c.height * scale[1] + shift[1]};
 }
 
 std::optional<point> cylinder_placement::to_image(point output) const {
   const double phase = (output[0] - shift[0]) / scale[0];
   const double height = (output[1] - shift[1]) / scale[1];
-  const double ray[3] = {std::sin(phase), height, std::cos(phase)};
-  const matrix& R = rotation;  // camera to group: the camera's ray is R^T ray
-  const double x = R[0] * ray[0] + R[3] * ray[1] + R[6] * ray[2];
-  const double y = R[1] * ray[0] + R[4] * ray[1] + R[7] * ray[2];
-  const double z = R[2] * ray[0] + R[5] * ray[1] + R[8] * ray[2];
-  if (z <= 1e-9) return std::nullopt;
-  return point{focal[0] * x / z + centre[0], focal[1] * y / z + centre[1]};
+  return camera.pixel_of({std::sin(phase), height, std::cos(phase)});
+}
+
+point sphere_placement::to_output(point image) const {
+  const ray r = camera.ray_of(image);
+  const double longitude = wrap_phase(std::atan2(r[0], r[2]), middle_longitude);
+  return {longitude * pixels_per_radian, std::atan2(r[1], std::hypot(r[0], r[2])) * pixels_per_radian};
+}
+
+std::optional<point> sphere_placement::to_image(point output) const {
+  const double longitude = output[0] / pixels_per_radian, latitude = output[1] / pixels_per_radian;
+  return camera.pixel_of({std::cos(latitude) * std::sin(longitude), std::sin(latitude),
+                          std::cos(latitude) * std::cos(longitude)});
 }
 
 point plane_placement::to_output(point image) const { return apply_homography(to_reference, image); }
@@ -106,6 +146,7 @@ image_placement place_image(const alignment& run, const result_group& group, std
   const int32_t sheet = results.sheetID[position];
   const PixelTransform* transform = results.transforms[position].get();
   const double own = reduction(run, sheet), reference = reduction(run, group.reference_sheet);
+  if (group.transform_type == transform_spherical) return sphere_of(run, group, sheet);
   if (!transform) return plane_through(scaling(1.0), own, reference);  // the planar reference itself
   switch (transform->kind) {
     case CylindricalTransform::class_kind: return cylinder_of(static_cast<const CylindricalTransform&>(*transform));

@@ -28,17 +28,40 @@ struct result_group {
 
 std::vector<result_group> groups_of(const MultiViewParams& results);
 
-// A camera turned about its centre, seen on the group's cylinder.
-struct cylinder_placement {
+using ray = std::array<double, 3>;
+
+// A camera turned about its centre: pixels of the image as given and rays in
+// the group's axes (x right, y down, z forward of the reference).
+struct turned_camera {
   std::array<double, 9> rotation;  // camera to group, row-major
   point focal;
   point centre;
+
+  ray ray_of(point pixel) const;
+  // Empty for a ray behind the camera.
+  std::optional<point> pixel_of(const ray& r) const;
+};
+
+// A turned camera seen on the group's cylinder.
+struct cylinder_placement {
+  turned_camera camera;
   point scale;        // output pixels per radian of phase; per unit of height
   double phase_range;
   point shift;        // output pixel of phase 0, height 0
 
   point to_output(point image) const;
-  // Empty where the output pixel's ray lies behind the camera.
+  std::optional<point> to_image(point output) const;
+};
+
+// A turned camera seen on the sphere of directions: longitude and latitude
+// (downwards positive) in radians times `pixels_per_radian`, the longitude
+// taken within half a turn of the image's own middle.
+struct sphere_placement {
+  turned_camera camera;
+  double pixels_per_radian;
+  double middle_longitude;
+
+  point to_output(point image) const;
   std::optional<point> to_image(point output) const;
 };
 
@@ -51,9 +74,9 @@ struct plane_placement {
   std::optional<point> to_image(point output) const;
 };
 
-// Nothing to draw: an image alone, or a group whose transforms carry no
-// numbers (a sphere).
-using image_placement = std::variant<std::monostate, cylinder_placement, plane_placement>;
+// Nothing to draw: an image alone, or an image of a sphere whose cameras
+// were not observed.
+using image_placement = std::variant<std::monostate, cylinder_placement, sphere_placement, plane_placement>;
 
 // The placement of the image at `position` of the result lists.
 image_placement place_image(const alignment& run, const result_group& group, std::size_t position);

@@ -15,6 +15,7 @@
 
 #include "photographs.h"
 #include "report_lists.h"
+#include "tools/default_scene.h"
 
 namespace {
 
@@ -185,6 +186,36 @@ TEST_F(Tool, shared_sets_give_agreeing_json_and_previews_for_both_pipelines) {
       }
     }
   }
+}
+
+TEST_F(Tool, a_group_reaching_far_up_is_drawn_and_exported_on_the_sphere) {
+  // A column of views from the horizon to high above it: the automatic
+  // request finds a turn, and the group reaches too far up for a cylinder.
+  std::string images;
+  for (int view = 0; view < 5; ++view) {
+    lacewright_tool::turning_camera camera;
+    camera.yaw_degrees = 10.0 * view;
+    camera.pitch_degrees = 22.0 * view;
+    const lacewright_tool::pixel_image image = lacewright_tool::render_scene_view(camera);
+    std::vector<uint8_t> rgb;
+    for (std::size_t i = 0; i < image.pixels.size(); i += 4) rgb.insert(rgb.end(), &image.pixels[i + 1], &image.pixels[i + 4]);
+    const std::string path = in_folder("view" + std::to_string(view) + ".png");
+    ASSERT_TRUE(stbi_write_png(path.c_str(), image.width, image.height, 3, rgb.data(), 3 * image.width));
+    images += " " + path;
+  }
+  const outcome result = run("--quiet --type -1 --preview-size 300 --json " + in_folder("run.json") + " --preview " +
+                             in_folder("run.png") + " --pto " + in_folder("run.pto") + images);
+  ASSERT_EQ(0, result.exit_code) << result.err;
+  EXPECT_NE(std::string::npos, result.out.find("'transformType':[2]")) << result.out;
+  const json document = json::parse(slurp(in_folder("run.json")));
+  expect_agreement(document, result.out);
+  ASSERT_EQ(1u, document["groups"].size());
+  expect_preview(document["groups"][0], 300);
+  for (const json& image : document["images"]) {
+    EXPECT_EQ("spherical", image["transform"]["kind"]);
+    EXPECT_NEAR(640.0, image["transform"]["focal_length"][0].get<double>(), 6.4);
+  }
+  EXPECT_NE(std::string::npos, slurp(in_folder("run.pto")).find("\np f2 ")) << slurp(in_folder("run.pto"));
 }
 
 TEST_F(Tool, the_report_does_not_depend_on_the_thread_count_or_the_process) {
