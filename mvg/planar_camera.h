@@ -21,6 +21,7 @@ enum planar_lens : int32_t {
 
 template <bool Robust>
 struct planar_camera {
+  using shared_record = shared_lens;  // none of it is read
   static constexpr bool spherical_points = false;
   static constexpr bool robust = Robust;
 

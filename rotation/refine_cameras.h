@@ -10,6 +10,7 @@
 #include "features/frame_features.h"
 #include "mvg/feature_tracks.h"
 #include "mvg/lens_record.h"
+#include "rotation/camera_group.h"
 
 struct camera_refinement_options {
   bool refine_groups = true;
@@ -24,10 +25,7 @@ struct camera_refinement_options {
 
 // The cameras of a group: rotations camera-to-world (the transpose of a
 // camera's own), with the reference at the unit rotation, and lens values.
-struct group_cameras {
-  std::vector<std::array<double, 9>> rotations;
-  std::vector<lens_record> lenses;
-};
+using group_cameras = camera_group<lens_record>;
 
 // Refines `cameras` in place. A failed stage leaves the values it started
 // from; a distortion stage whose values exceed the limits in any camera is

@@ -3,13 +3,18 @@
 // solver.
 //
 // The unknowns fall into three levels: lens values shared by all cameras
-// (as the shared_lens mode says), each camera's own block, and the 2-vector
+// (as the shared record's mode says), each camera's own block, and the 2-vector
 // of each scene point. The damped normal equations are solved by
 // eliminating the points (a 2 x 2 block each) and solving the reduced
 // system of shared and camera unknowns densely, so that the point count can
 // be large.
 //
 // A camera type C offers:
+//   using shared_record                      the record of the lens values the
+//                                             cameras share (shared_lens for the
+//                                             pinhole family): a mode, read and
+//                                             write of the shared block, and its
+//                                             block_size()
 //   static constexpr bool spherical_points   points are (longitude, latitude):
 //                                             the longitude wraps at +-pi
 //   static constexpr bool robust             residual components pass the
@@ -17,7 +22,7 @@
 //   double robust_threshold                  (robust types only)
 //   std::size_t block_size() const           its unknowns
 //   void pack(double* block) const           writes them
-//   void unpack(const shared_lens&, const double* block)
+//   void unpack(const shared_record&, const double* block)
 //                                             takes them (and the shared values
 //                                             its mode reads), refreshing what
 //                                             derives from them
@@ -28,6 +33,10 @@
 //                                             the shared block, its own block and
 //                                             the point; the rows come zeroed
 //   void advance(const double* block, const double* step, double* block_new) const
+// and optionally, for a camera that lets some observations drop out,
+//   void residual(const double point[2], const double measured[2], double r[2]) const
+//                                             in place of project minus measured;
+//                                             derivatives then follow it
 // and, for sparse_bundle_adjuster, whose points are in the frame of one
 // reference camera:
 //   const double* rotation_matrix() const    its rotation matrix
@@ -98,6 +107,8 @@ struct common_frame_points {
 template <class Camera, class Form>
 class bundle_model {
  public:
+  using shared_record = typename Camera::shared_record;
+
   // The model of the sparse solver.
   std::size_t unknown_count() const { return unknowns_; }
   std::size_t residual_count() const { return 2 * observation_count_; }
@@ -119,7 +130,7 @@ class bundle_model {
   const std::vector<double>& parameters() const { return parameters_; }
 
   std::vector<Camera> cameras;
-  shared_lens shared;
+  shared_record shared;
   bool analytic_jacobian = true;
   bool failed = false;
   std::size_t camera_count = 0;
@@ -132,7 +143,7 @@ class bundle_model {
 
   // The whole use: lay out, fill, run, write back. Any exception sets
   // `failed`, and the caller's values stay as they were.
-  void adjust(const shared_lens& start_shared, const std::vector<Camera>& start_cameras,
+  void adjust(const shared_record& start_shared, const std::vector<Camera>& start_cameras,
               const std::vector<scene_point>& points, const std::vector<scene_point>& fixed_points,
               const std::vector<std::vector<scene_observation>>& observations,
               const std::vector<std::vector<scene_observation>>& fixed_observations, std::size_t reference);
@@ -205,11 +216,11 @@ class bundle_model {
 template <class Camera>
 class sparse_bundle_adjuster : public bundle_model<Camera, reference_frame_points> {
  public:
-  sparse_bundle_adjuster(const shared_lens& shared_record, const std::vector<Camera>& start_cameras,
+  sparse_bundle_adjuster(const typename Camera::shared_record& shared_start, const std::vector<Camera>& start_cameras,
                          std::size_t reference, const std::vector<scene_point>& points,
                          const std::vector<std::vector<scene_observation>>& observations)
       : reference_camera(reference) {
-    this->adjust(shared_record, start_cameras, points, {}, observations,
+    this->adjust(shared_start, start_cameras, points, {}, observations,
                  std::vector<std::vector<scene_observation>>(start_cameras.size()), reference);
   }
   std::size_t reference_camera;
@@ -221,13 +232,13 @@ class sparse_bundle_adjuster : public bundle_model<Camera, reference_frame_point
 template <class Camera>
 class sparse_bundle_adjuster2 : public bundle_model<Camera, common_frame_points> {
  public:
-  sparse_bundle_adjuster2(const shared_lens& shared_record, const std::vector<Camera>& start_cameras,
+  sparse_bundle_adjuster2(const typename Camera::shared_record& shared_start, const std::vector<Camera>& start_cameras,
                           const std::vector<scene_point>& points, const std::vector<scene_point>& fixed_points,
                           const std::vector<std::vector<scene_observation>>& observations,
                           const std::vector<std::vector<scene_observation>>& fixed_observations,
                           bool analytic = true) {
     this->analytic_jacobian = analytic;
-    this->adjust(shared_record, start_cameras, points, fixed_points, observations, fixed_observations, 0);
+    this->adjust(shared_start, start_cameras, points, fixed_points, observations, fixed_observations, 0);
   }
 };
 

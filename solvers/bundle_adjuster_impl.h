@@ -11,7 +11,7 @@ inline double difference_step(double value) {
 }  // namespace bundle_detail
 
 template <class Camera, class Form>
-void bundle_model<Camera, Form>::adjust(const shared_lens& start_shared, const std::vector<Camera>& start_cameras,
+void bundle_model<Camera, Form>::adjust(const shared_record& start_shared, const std::vector<Camera>& start_cameras,
                                         const std::vector<scene_point>& points,
                                         const std::vector<scene_point>& fixed_points,
                                         const std::vector<std::vector<scene_observation>>& observations,
@@ -55,7 +55,7 @@ void bundle_model<Camera, Form>::lay_out(const std::vector<scene_point>& points,
   point_count = points.size();
   fixed_point_count = fixed_points.size();
   fixed_points_ = fixed_points;
-  shared_count_ = static_cast<std::size_t>(shared_parameter_count(shared.mode));
+  shared_count_ = shared.block_size();
   camera_sizes_.resize(camera_count);
   camera_offsets_.resize(camera_count);
   camera_total_ = 0;
@@ -147,7 +147,7 @@ void bundle_model<Camera, Form>::allocate_blocks() {
 
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::unpack_cameras(const double* x) {
-  shared_lens at_x = shared;
+  shared_record at_x = shared;
   at_x.read(x);
   for (std::size_t i = 0; i < camera_count; ++i) evaluated_[i].unpack(at_x, x + camera_offsets_[i]);
   if constexpr (Form::in_reference_frame) {
@@ -173,10 +173,15 @@ void bundle_model<Camera, Form>::point_of(const double* x, std::size_t o, double
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::raw_residual(const Camera& camera, const double point[2], std::size_t o,
                                               double r[2]) const {
-  double image[2];
-  camera.project(point, image);
-  r[0] = image[0] - measured_[2 * o];
-  r[1] = image[1] - measured_[2 * o + 1];
+  const double* measured = measured_.data() + 2 * o;
+  if constexpr (requires { camera.residual(point, measured, r); }) {
+    camera.residual(point, measured, r);
+  } else {
+    double image[2];
+    camera.project(point, image);
+    r[0] = image[0] - measured[0];
+    r[1] = image[1] - measured[1];
+  }
 }
 
 template <class Camera, class Form>
@@ -271,7 +276,7 @@ void bundle_model<Camera, Form>::difference_blocks(const double* x) {
   unpack_cameras(x);
   // Camera entries through the camera's own update, so that a rotation
   // entry is a true local step; only that camera's observations move.
-  shared_lens at_x = shared;
+  shared_record at_x = shared;
   at_x.read(x);
   std::vector<double> step, moved;
   for (std::size_t i = 0; i < camera_count; ++i) {

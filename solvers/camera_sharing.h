@@ -8,6 +8,7 @@
 // start value.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
@@ -43,6 +44,8 @@ struct shared_lens {
   // they have always been.
   void read(const double* block);
   void write(double* block) const;
+  // The size of the shared block.
+  std::size_t block_size() const { return static_cast<std::size_t>(shared_parameter_count(mode)); }
 };
 
 // The lens quantities, the columns a camera's derivative is written in
@@ -61,10 +64,14 @@ struct lens_slot {
   bool follows = false;
 };
 
-struct lens_layout {
-  lens_slot slots[lens_quantity_count];
+// Where each of a lens model's Count quantities comes from.
+template <int Count>
+struct quantity_layout {
+  lens_slot slots[Count];
   int camera_count = 0;  // lens values in the camera's block
 };
+
+using lens_layout = quantity_layout<lens_quantity_count>;
 
 // Every quantity that a mode makes unknown, in either block. In mode 5 the
 // shared principal point stays in the shared block and does not reach the

@@ -71,16 +71,12 @@ bool renderable_under(const h_matrix_2d& to_reference, double width, double heig
 }  // namespace
 
 void MultiViewAligner::AlignGroupPlanar(const component_record<h_matrix_2d>& group) {
-  WriteConnectivity(*this, group.links);
+  WriteGroupHead(*this, group.links, group.frame_ids, group.reference_position);
   const std::size_t frames = group.frames.size();
   const std::size_t reference = group.reference_position;
-  params->groupCount.push_back(static_cast<int32_t>(frames));
-  params->refSheetID.push_back(sheet_ids[group.frame_ids[reference]]);
   params->transformType.push_back(HomographyTypeToTransformationType(group.motions[0].type, estimate_distortion));
   if (frames == 1) {
-    params->sheetID.push_back(sheet_ids[group.frame_ids[0]]);
-    params->renderable.push_back(false);
-    params->transforms.emplace_back();
+    WriteLoneFrame(*this, group.frame_ids[0]);
     return;
   }
 

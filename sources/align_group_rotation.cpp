@@ -83,16 +83,12 @@ void MultiViewAligner::AlignGroupRotation(const component_record<rotation_motion
   if (input_mode < surface_automatic || input_mode > surface_sphere) {
     throw std::runtime_error("MultiViewAligner::AlignGroupRotation(): unknown input mode");
   }
-  WriteConnectivity(*this, group.links);
+  WriteGroupHead(*this, group.links, group.frame_ids, group.reference_position);
   const std::size_t frames = group.frames.size();
   const std::size_t reference = group.reference_position;
-  params->groupCount.push_back(static_cast<int32_t>(frames));
-  params->refSheetID.push_back(sheet_ids[group.frame_ids[reference]]);
   if (frames == 1) {
     params->transformType.push_back(transform_cylindrical);
-    params->sheetID.push_back(sheet_ids[group.frame_ids[0]]);
-    params->renderable.push_back(false);
-    params->transforms.emplace_back();
+    WriteLoneFrame(*this, group.frame_ids[0]);
     return;
   }
 

@@ -23,3 +23,16 @@ void WriteConnectivity(MultiViewAligner& aligner, const pair_table<bool>& links)
   }
   aligner.params->connectivity.push_back(std::move(matrix));
 }
+
+void WriteGroupHead(MultiViewAligner& aligner, const pair_table<bool>& links, const std::vector<uint64_t>& frame_ids,
+                    std::size_t reference_position) {
+  WriteConnectivity(aligner, links);
+  aligner.params->groupCount.push_back(static_cast<int32_t>(frame_ids.size()));
+  aligner.params->refSheetID.push_back(aligner.sheet_ids[frame_ids[reference_position]]);
+}
+
+void WriteLoneFrame(MultiViewAligner& aligner, uint64_t frame_id) {
+  aligner.params->sheetID.push_back(aligner.sheet_ids[frame_id]);
+  aligner.params->renderable.push_back(false);
+  aligner.params->transforms.emplace_back();
+}

@@ -40,6 +40,14 @@ class MultiViewAligner {
   void AlignGroupRotation(const component_record<rotation_motion>& group, const view_graph& graph,
                           int32_t input_mode);
 
+  // Refines a component of frames taken through a fisheye lens of
+  // `lens_type` (2 to 10, the table of construct_fisheye_projection) by a
+  // turning camera, fitting the lens as `fisheye_mode` says, and appends it
+  // to the results as one spherical group of SphericalFisheyeTransform
+  // marks. No stage of a run enters it. Throws std::runtime_error for an
+  // unknown lens type, before anything is appended.
+  void AlignGroupFisheye(const component_record<rotation_motion>& group, int32_t lens_type, int32_t fisheye_mode);
+
   // Refines a component of frames that see one plane and appends it to the
   // results as one group: each frame placed on the reference frame by the
   // quadrilateral its rectangle maps to, or, with estimate_distortion, by a

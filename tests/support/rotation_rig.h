@@ -25,6 +25,7 @@ inline void direction_of(const double point[2], double d[3]) {
 
 template <bool Robust>
 struct simple_rotation_camera {
+  using shared_record = shared_lens;
   static constexpr bool spherical_points = true;
   static constexpr bool robust = Robust;
 
