@@ -10,6 +10,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -44,6 +45,15 @@ struct intake_call {
   uint32_t columns() const { return static_cast<uint32_t>(arguments[1].value); }
   uint32_t row_bytes() const { return static_cast<uint32_t>(arguments[2].value); }
   int32_t rotation() const { return static_cast<int32_t>(static_cast<uint32_t>(arguments[3].value)); }
+
+  // The records as the script engine hands them over, the address text's
+  // pointer taken now: the call may have moved since it was made.
+  std::array<ScriptValue, 6> records() const {
+    std::array<ScriptValue, 6> made;
+    std::copy(std::begin(arguments), std::end(arguments), made.begin());
+    made[4].value = reinterpret_cast<uintptr_t>(address.c_str());
+    return made;
+  }
 };
 
 int32_t tag_for(FuzzedDataProvider& input, int32_t right) {
@@ -119,8 +129,7 @@ intake_call make_call(FuzzedDataProvider& input) {
   }
   call.address = address_text(input, call.source.data(), call.address_zero);
 
-  const uint64_t values[5] = {rows, columns, row_bytes, static_cast<uint32_t>(rotation),
-                              reinterpret_cast<uintptr_t>(call.address.c_str())};
+  const uint64_t values[5] = {rows, columns, row_bytes, static_cast<uint32_t>(rotation), 0};
   for (int i = 0; i < 5; ++i) {
     const int32_t tag = tag_for(input, argument_tags[i]);
     call.tags_right = call.tags_right && tag == argument_tags[i];
@@ -167,7 +176,8 @@ void check_added_frame(const intake_call& call, const AlignFrame& frame, std::si
 void add_one(const intake_call& call) {
   const std::size_t before = imageList.size();
   ScriptValue result{0xDEADBEEF, 99, reserved_word};
-  const int32_t status = addImage(call.arguments, call.count, &result);
+  const std::array<ScriptValue, 6> records = call.records();
+  const int32_t status = addImage(records.data(), call.count, &result);
   const int32_t expected = expected_status(call);
   if (status != expected) {
     finding("addImage(count %d, %u x %u, row bytes %u, rotation %d, address \"%s\") gave %d, expected %d",

@@ -7,17 +7,22 @@
 // std::invalid_argument before any work; a pipeline (types -1 and 1) with
 // fewer than two usable frames ends in std::length_error from sizing its
 // pair tables; anything else returns, with result lists that agree with each
-// other (and stay empty for a type without a pipeline).
+// other (and stay empty for a type without a pipeline). The results are
+// then written as alignImages writes its report, whose overlap list pairs
+// result positions with the caller's frames, refused and empty ones too.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "fuzz/finding.h"
+#include "sources/alignment_report.h"
 #include "sources/lacewright.h"
 #include "tools/default_scene.h"
 
@@ -77,7 +82,6 @@ void add_frame(FuzzedDataProvider& input, frame_set& set) {
                                                content::gradient, content::scene_crop, content::scene_crop,
                                                content::scene_crop, content::copy, content::raw});
   const int parameter = input.ConsumeIntegral<uint8_t>();
-  std::vector<uint8_t> samples(std::max(1, width * height));
   if (kind == content::copy && !set.frames.empty()) {
     // An identical frame: the same size and samples as an earlier one.
     const std::size_t original = parameter % set.frames.size();
@@ -89,6 +93,7 @@ void add_frame(FuzzedDataProvider& input, frame_set& set) {
     const int top = input.ConsumeIntegralInRange(0, scene_side - height);
     const std::vector<uint8_t> raw =
         kind == content::raw ? input.ConsumeBytes<uint8_t>(input.ConsumeIntegralInRange(1, 512)) : std::vector<uint8_t>{};
+    std::vector<uint8_t> samples(std::max(1, width * height));  // an empty frame still has an address
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         const std::size_t i = static_cast<std::size_t>(y) * width + x;
@@ -108,8 +113,8 @@ void add_frame(FuzzedDataProvider& input, frame_set& set) {
   frame.reduction_level = input.ConsumeIntegralInRange<int16_t>(-2, 4);
 }
 
-// Conditioning refuses exactly the frames without a sample or without
-// anything but black or anything but white.
+// Conditioning refuses exactly the frames without samples and those that
+// are all black or all white.
 bool usable(const std::vector<uint8_t>& samples, const AlignFrame& frame) {
   if (frame.width <= 0 || frame.height <= 0) return false;
   const auto end = samples.begin() + frame.width * frame.height;
@@ -187,6 +192,29 @@ void check_groups(const MultiViewParams& p, const frame_set& set) {
   }
 }
 
+// The report fits its buffer (six frames are far below the 105 that one
+// report holds) and has one overlap value per caller frame, each between 0
+// and 1. The one exception is a frame without samples measured against a
+// cylindrical transform without offset, where the measure divides 0 by 0:
+// a refused empty frame that sits at the position of the group's reference.
+void check_report(const MultiViewParams& params, frame_set& set) {
+  static char report[report_capacity];
+  if (!write_alignment_report(params, set.frames, report)) finding("the report of %zu frames did not fit", set.frames.size());
+  const char* open = std::strstr(report, "'overlap':[");
+  if (!open || !std::string_view(report).ends_with("]})")) finding("malformed report %s", report);
+  const char* next = open + std::strlen("'overlap':[");
+  for (std::size_t i = 0; i < set.frames.size(); ++i) {
+    char* end = nullptr;
+    const double overlap = std::strtod(next, &end);
+    const bool empty_frame = set.frames[i].width == 0 || set.frames[i].height == 0;
+    if (end == next || !((overlap >= 0.0 && overlap <= 1.0) || (std::isnan(overlap) && empty_frame))) {
+      finding("overlap %zu of %zu frames is wrong in %s", i, set.frames.size(), report);
+    }
+    if (*end != (i + 1 < set.frames.size() ? ',' : ']')) finding("overlap list of %zu frames is malformed in %s", set.frames.size(), report);
+    next = end + 1;
+  }
+}
+
 template <class Exception>
 void expect_exception(std::exception_ptr error, const char* text, int32_t type) {
   try {
@@ -226,10 +254,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size) {
     expect_exception<std::length_error>(error, "vector<T> too long", type);
   } else if (error) {
     fuzz_support::unexpected_exception("MultiViewAlignMain", error);
-  } else if (!has_pipeline(type)) {
-    if (!results_empty(params)) finding("type %d without a pipeline produced results", type);
   } else {
-    check_groups(params, set);
+    if (!has_pipeline(type) && !results_empty(params)) finding("type %d without a pipeline produced results", type);
+    if (has_pipeline(type)) check_groups(params, set);
+    check_report(params, set);
   }
   return 0;
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -75,8 +76,10 @@ class AdversarialImages : public testing::Test {
   void TearDown() override { ClearImages(); }
 
   static int32_t add(const grey_frame& frame) {
+    // A frame without samples still comes from a real address: 0 is refused.
+    static const uint8_t no_samples = 0;
     // A row-byte count other than four a pixel means packed one-byte samples.
-    const std::string address = address_of(frame.samples.empty() ? nullptr : frame.samples.data());
+    const std::string address = address_of(frame.samples.empty() ? &no_samples : frame.samples.data());
     const ScriptValue arguments[5] = {{frame.rows, script_uint32, 0},
                                       {frame.columns, script_uint32, 0},
                                       {frame.columns, script_uint32, 0},
@@ -101,9 +104,10 @@ class AdversarialImages : public testing::Test {
   // The report up to its overlap list, which holds measured values.
   std::string groups() const { return report_.substr(0, report_.find(", 'overlap'")); }
 
-  std::vector<double> focal_lengths() const {
+  // The numbers of the report's list `key` ("overlap" or "fl").
+  std::vector<double> values_of(const std::string& key) const {
     std::vector<double> values;
-    const char* next = report_.c_str() + report_.find("'fl':[") + 6;
+    const char* next = report_.c_str() + report_.find("'" + key + "':[") + key.size() + 4;
     for (char* end = nullptr;; next = end + 1) {
       values.push_back(std::strtod(next, &end));
       if (*end != ',') break;
@@ -195,7 +199,7 @@ TEST_F(AdversarialImages, frames_of_different_sizes_and_a_duplicate_join_one_gro
       "({'sheetID':[0,1,2,3], 'renderable':[true,true,true,true], 'groupCount':[4], 'refSheetID':[0], "
       "'transformType':[1], 'connectivity':[[1,1,1,1],[1,1,1,1],[1,1,1,1],[1,1,1,1]]",
       groups());
-  for (const double focal : focal_lengths()) EXPECT_NEAR(320.0, focal, 8.0);
+  for (const double focal : values_of("fl")) EXPECT_NEAR(320.0, focal, 8.0);
 
   // A turn of 10 degrees is below the automatic request's 40: one plane.
   add_all(frames);
@@ -204,6 +208,24 @@ TEST_F(AdversarialImages, frames_of_different_sizes_and_a_duplicate_join_one_gro
       "({'sheetID':[0,1,2,3], 'renderable':[true,true,true,true], 'groupCount':[4], 'refSheetID':[1], "
       "'transformType':[0], 'connectivity':[[1,1,1,1],[1,1,1,1],[1,1,1,1],[1,1,1,1]]",
       groups());
+}
+
+// addImage takes a frame of 0 rows; conditioning refuses it. The overlap
+// list still pairs result position i with the caller's frame i, so the
+// reference's transform, which has no offset, is measured on the empty
+// frame: the cylindrical measure divides an area of 0 by an area of 0.
+TEST_F(AdversarialImages, an_empty_frame_is_refused_but_still_measured_by_its_position) {
+  add_all({constant(0, 0, 0), scene(240, 320, 0), scene(240, 320, 10)});
+  ASSERT_EQ(status_ok, align(1));
+  EXPECT_EQ(
+      "({'sheetID':[1,2], 'renderable':[true,true], 'groupCount':[2], 'refSheetID':[1], 'transformType':[1], "
+      "'connectivity':[[1,1],[1,1]]",
+      groups());
+  const std::vector<double> overlap = values_of("overlap");
+  ASSERT_EQ(3u, overlap.size());
+  EXPECT_TRUE(std::isnan(overlap[0]));
+  EXPECT_EQ(1.0, overlap[1]);  // the reference's own transform: the same object as the base
+  EXPECT_EQ(0.0, overlap[2]);  // beyond the renderable bits
 }
 
 TEST_F(AdversarialImages, a_report_holds_105_images_and_106_are_aligned_for_nothing) {
