@@ -1,0 +1,20 @@
+# Runs a command under valgrind's memcheck and fails on any memory error or
+# leak. Called by tests as
+#   cmake -DVALGRIND=<valgrind> -DCOMMAND=<program;arguments> [-DNEEDS=<path>] -P memcheck.cmake
+# Without valgrind, or without the path the command needs, it prints a line
+# starting with "skipped:", which the tests declare as their skip.
+if(NOT VALGRIND OR NOT EXISTS "${VALGRIND}")
+  message("skipped: valgrind is not installed")
+  return()
+endif()
+if(NEEDS AND NOT EXISTS "${NEEDS}")
+  message("skipped: ${NEEDS} is absent")
+  return()
+endif()
+execute_process(
+  COMMAND "${VALGRIND}" --leak-check=full --error-exitcode=1
+          "--suppressions=${CMAKE_CURRENT_LIST_DIR}/libgomp.supp" ${COMMAND}
+  RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "the command failed, or memcheck found errors or leaks (exit ${result})")
+endif()
