@@ -28,3 +28,18 @@ struct feature_tracks {
 // which is kept when it joins at least two features.
 feature_tracks build_feature_tracks(const std::vector<frame_features_ptr>& frames,
                                     const pair_table<pair_matches_ptr>& pairs, const pair_table<bool>& links);
+
+// Calls visit(image, feature, track) for every feature in a track, in image
+// order, then feature order: the walk that gives the scene points of a
+// group their start values and their observations.
+template <class Visit>
+void for_each_tracked_feature(const std::vector<frame_features_ptr>& frames, const feature_tracks& tracks,
+                              Visit visit) {
+  for (std::size_t image = 0; image < frames.size(); ++image) {
+    const std::vector<feature_record>& features = frames[image]->features;
+    for (std::size_t f = 0; f < features.size(); ++f) {
+      const int32_t id = tracks.id_of(image, f);
+      if (id >= 0) visit(image, features[f], static_cast<std::size_t>(id));
+    }
+  }
+}

@@ -30,19 +30,13 @@ std::vector<planar_camera<Robust>> adjust(std::vector<planar_camera<Robust>> cam
     std::vector<scene_point> points(count, {0.0, 0.0});
     std::vector<std::size_t> seen(count, 0);
     std::vector<std::vector<scene_observation>> observations(frames.size());
-    for (std::size_t image = 0; image < frames.size(); ++image) {
-      const std::vector<feature_record>& features = frames[image]->features;
-      for (std::size_t f = 0; f < features.size(); ++f) {
-        const int32_t id = tracks.id_of(image, f);
-        if (id < 0) continue;
-        const auto t = static_cast<std::size_t>(id);
-        const std::array<double, 2> on_plane = cameras[image].on_plane(features[f].x, features[f].y);
-        points[t][0] += on_plane[0];
-        points[t][1] += on_plane[1];
-        ++seen[t];
-        observations[image].push_back({t, features[f].x, features[f].y});
-      }
-    }
+    for_each_tracked_feature(frames, tracks, [&](std::size_t image, const feature_record& feature, std::size_t t) {
+      const std::array<double, 2> on_plane = cameras[image].on_plane(feature.x, feature.y);
+      points[t][0] += on_plane[0];
+      points[t][1] += on_plane[1];
+      ++seen[t];
+      observations[image].push_back({t, feature.x, feature.y});
+    });
     for (std::size_t t = 0; t < count; ++t) {
       points[t][0] /= static_cast<double>(seen[t]);
       points[t][1] /= static_cast<double>(seen[t]);

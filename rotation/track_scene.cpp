@@ -11,26 +11,20 @@ track_scene track_scene_of(const std::vector<frame_features_ptr>& frames, const 
   std::vector<double> longitude(count, 0.0), latitude(count, 0.0);
   std::vector<std::size_t> seen(count, 0);
   result.observations.resize(frames.size());
-  for (std::size_t image = 0; image < frames.size(); ++image) {
-    const std::vector<feature_record>& features = frames[image]->features;
-    for (std::size_t f = 0; f < features.size(); ++f) {
-      const int32_t id = tracks.id_of(image, f);
-      if (id < 0) continue;
-      const auto t = static_cast<std::size_t>(id);
-      const scene_point start = direction(image, {features[f].x, features[f].y});
-      double lon = start[0];
-      if (seen[t] > 0) {
-        const double mean = longitude[t] / static_cast<double>(seen[t]);
-        for (const double branch : {start[0] + two_pi, start[0] - two_pi}) {
-          if (std::fabs(branch - mean) < std::fabs(lon - mean)) lon = branch;
-        }
+  for_each_tracked_feature(frames, tracks, [&](std::size_t image, const feature_record& feature, std::size_t t) {
+    const scene_point start = direction(image, {feature.x, feature.y});
+    double lon = start[0];
+    if (seen[t] > 0) {
+      const double mean = longitude[t] / static_cast<double>(seen[t]);
+      for (const double branch : {start[0] + two_pi, start[0] - two_pi}) {
+        if (std::fabs(branch - mean) < std::fabs(lon - mean)) lon = branch;
       }
-      longitude[t] += lon;
-      latitude[t] += start[1];
-      ++seen[t];
-      result.observations[image].push_back({t, features[f].x, features[f].y});
     }
-  }
+    longitude[t] += lon;
+    latitude[t] += start[1];
+    ++seen[t];
+    result.observations[image].push_back({t, feature.x, feature.y});
+  });
   for (std::size_t t = 0; t < count; ++t) {
     const double n = static_cast<double>(seen[t]);
     result.points.push_back({longitude[t] / n, latitude[t] / n});
