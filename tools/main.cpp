@@ -26,11 +26,6 @@ using namespace lacewright_tool;
 // The most images one report can hold.
 constexpr std::size_t most_images = 105;
 
-struct named_image {
-  std::string name;
-  pixel_image pixels;
-};
-
 void check_count(std::size_t count) {
   if (count > most_images) {
     throw tool_error("more than " + std::to_string(most_images) + " images (" + std::to_string(count) +
@@ -125,7 +120,7 @@ void print_summary(const alignment& run, const std::vector<group_files>& files, 
   std::string sizes;
   for (const result_group& group : groups) {
     sizes += (sizes.empty() ? "" : ", ") + std::to_string(group.positions.size());
-    if (!group.positions.empty() && group.positions.size() > 1) {
+    if (group.positions.size() > 1) {
       sizes += std::string(" ") + transform_type_name(group.transform_type);
     }
   }
