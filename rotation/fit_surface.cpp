@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
 #include "rotation/up_direction.h"
 #include "transforms/cylinder_range.h"
 
@@ -20,28 +19,14 @@ std::vector<axis> axes_of(const group_cameras& cameras, int c) {
   return axes;
 }
 
-double dot(const axis& a, const axis& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
 // The rotations turned so that `up`, its sign chosen by the cameras' y
 // axes, becomes the reference camera's y axis.
-group_cameras straightened(const group_cameras& cameras, axis up, std::size_t reference) {
+group_cameras straightened(const group_cameras& cameras, const axis& up, std::size_t reference) {
   const std::vector<axis> y_axes = axes_of(cameras, 1);
-  const auto against = std::count_if(y_axes.begin(), y_axes.end(), [&](const axis& y) { return dot(y, up) < -0.5; });
-  const auto along = std::count_if(y_axes.begin(), y_axes.end(), [&](const axis& y) { return dot(y, up) > 0.5; });
-  if (against > along) up = {-up[0], -up[1], -up[2]};
-  const axis& y = y_axes[reference];
-  const axis turn_axis = {up[1] * y[2] - up[2] * y[1], up[2] * y[0] - up[0] * y[2], up[0] * y[1] - up[1] * y[0]};
-  const double length = std::sqrt(dot(turn_axis, turn_axis));
-  const double angle = std::acos(std::clamp(dot(y, up), -1.0, 1.0));
-  double vector[3] = {0.0, 0.0, 0.0};
-  if (length > 0.0) {
-    for (int k = 0; k < 3; ++k) vector[k] = turn_axis[static_cast<std::size_t>(k)] / length * angle;
-  }
-  double turn[9];
-  rodrigues(vector, turn);
+  const std::array<double, 9> turn = turn_onto(oriented_up(up, y_axes), y_axes[reference]);
   group_cameras result = cameras;
   for (std::size_t i = 0; i < cameras.rotations.size(); ++i) {
-    multiply_3x3(turn, cameras.rotations[i].data(), result.rotations[i].data());
+    multiply_3x3(turn.data(), cameras.rotations[i].data(), result.rotations[i].data());
   }
   return result;
 }

@@ -1,8 +1,10 @@
 #include "rotation/up_direction.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 
+#include "mvg/rodrigues.h"
 #include "mvg/symmetric_eigen.h"
 #include "rotation/subset_sampler.h"
 
@@ -99,4 +101,23 @@ std::optional<axis> up_from_z_axes(const std::vector<axis>& z_axes) {
       inliers);
   if (!found) return std::nullopt;
   return found->normal;
+}
+
+axis oriented_up(const axis& up, const std::vector<axis>& y_axes) {
+  const auto against = std::count_if(y_axes.begin(), y_axes.end(), [&](const axis& y) { return dot(y, up) < -0.5; });
+  const auto along = std::count_if(y_axes.begin(), y_axes.end(), [&](const axis& y) { return dot(y, up) > 0.5; });
+  return against > along ? axis{-up[0], -up[1], -up[2]} : up;
+}
+
+std::array<double, 9> turn_onto(const axis& from, const axis& to) {
+  const axis turn_axis = cross(from, to);
+  const double length = std::sqrt(dot(turn_axis, turn_axis));
+  const double angle = std::acos(std::clamp(dot(to, from), -1.0, 1.0));
+  double vector[3] = {0.0, 0.0, 0.0};
+  if (length > 0.0) {
+    for (int k = 0; k < 3; ++k) vector[k] = turn_axis[static_cast<std::size_t>(k)] / length * angle;
+  }
+  std::array<double, 9> turn;
+  rodrigues(vector, turn.data());
+  return turn;
 }

@@ -18,3 +18,12 @@ std::optional<axis> up_from_x_axes(const std::vector<axis>& x_axes);
 // lie in (the optical axes of a sweep trace a circle of the sphere).
 // Nothing with fewer than 3 axes or no plane found.
 std::optional<axis> up_from_z_axes(const std::vector<axis>& z_axes);
+
+// A fitted vertical has no sign of its own: `up` or its opposite, whichever
+// more of the cameras' y axes (their image's downwards) point along.
+axis oriented_up(const axis& up, const std::vector<axis>& y_axes);
+
+// The rotation (row-major) about from x to by the angle between the unit
+// vectors `from` and `to`: the least turn that takes `from` onto `to`; the
+// unit rotation when they are parallel.
+std::array<double, 9> turn_onto(const axis& from, const axis& to);

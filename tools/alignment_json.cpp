@@ -14,79 +14,90 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-template <std::size_t N>
-json numbers(const double (&values)[N], double factor = 1.0) {
-  json list = json::array();
-  for (const double v : values) list.push_back(v * factor);
-  return list;
+const frame_scale& scale_of(const alignment& run, int32_t sheet) {
+  return run.images[static_cast<std::size_t>(sheet)].scale;
 }
 
-json numbers(const std::array<double, 9>& values) { return json(values); }
+const input_image& image_of(const alignment& run, int32_t sheet) { return run.images[static_cast<std::size_t>(sheet)]; }
 
-double reduction(const alignment& run, int32_t sheet) {
-  return std::ldexp(1.0, run.images[static_cast<std::size_t>(sheet)].reduction_level);
-}
+json pair(point p) { return json::array({p[0], p[1]}); }
 
-// The camera of a turning group's image: its kind and lens values.
-json turned_camera_entry(const char* kind, const double* rotation, const SimpleCameraParameters& camera) {
+// The camera of a turning group's image: the engine's rotation (camera to
+// the reference camera's axes) and its lens values.
+json turned_camera_entry(const char* kind, const double* rotation, const SimpleCameraParameters& camera,
+                         const frame_scale& scale) {
   return {{"kind", kind},
           {"rotation", std::vector<double>(rotation, rotation + 9)},
-          {"focal_length", {camera.focal_length()[0], camera.focal_length()[1]}},
-          {"centre", {camera.image_center()[0], camera.image_center()[1]}},
+          {"focal_length",
+           {scale.length_to_given(camera.focal_length()[0]), scale.length_to_given(camera.focal_length()[1])}},
+          {"centre", pair(scale.to_given({camera.image_center()[0], camera.image_center()[1]}))},
           {"lens", {camera.distortion()[0], camera.distortion()[1]}}};
 }
 
-json cylindrical(const CylindricalTransform& t) {
-  json entry = turned_camera_entry("cylindrical", t.rotation, t.camera);
-  entry["scale"] = numbers(t.scale);
+// The cylinder's output pixels are the reference image's.
+json cylindrical(const CylindricalTransform& t, const frame_scale& own, const frame_scale& reference) {
+  json entry = turned_camera_entry("cylindrical", t.rotation, t.camera, own);
+  entry["scale"] = {reference.length_to_given(t.scale[0]), reference.length_to_given(t.scale[1])};
   entry["phase_range"] = t.phase_range;
-  entry["pixel_shift"] = numbers(t.pixel_shift);
+  entry["pixel_shift"] = pair(reference.to_given({t.pixel_shift[0], t.pixel_shift[1]}));
   return entry;
 }
 
 // A sphere's transforms carry no numbers; the observed camera does.
-json spherical(const std::optional<group_camera>& observed) {
+json spherical(const std::optional<group_camera>& observed, const frame_scale& own) {
   if (!observed) return {{"kind", "spherical"}};
-  return turned_camera_entry("spherical", observed->rotation.data(), observed->camera);
+  return turned_camera_entry("spherical", observed->rotation.data(), observed->camera, own);
 }
 
-// The rectangle is the image's, the quadrilateral lies in the reference
-// image: each scaled from the frame the engine saw to the image as given.
-json planar(const DistortTransform& t, double own, double reference, const image_placement& placement) {
-  return {{"kind", "planar"},
-          {"rect", numbers(t.rect, own)},
-          {"quad", numbers(t.quad, reference)},
-          {"homography", numbers(std::get<plane_placement>(placement).to_reference)}};
+// The image's rectangle, where its corners land in the reference image, and
+// the map between them, all in pixels of the images as given.
+json planar(const input_image& image, const plane_placement& plane) {
+  const double w = image.width, h = image.height;
+  json quad = json::array();
+  for (const point corner : {point{0, 0}, point{w, 0}, point{w, h}, point{0, h}}) {
+    const point mapped = plane.to_output(corner);
+    quad.push_back(mapped[0]);
+    quad.push_back(mapped[1]);
+  }
+  return {{"kind", "planar"}, {"rect", {0.0, 0.0, h, w}}, {"quad", quad}, {"homography", plane.to_reference}};
 }
 
-json planar_lens(const DistortRd2Transform& t, const image_placement& placement) {
+// The lens acts on radii in pixels, so its coefficients shrink with the
+// square and the fourth power of the scale.
+json planar_lens(const DistortRd2Transform& t, const input_image& image, const plane_placement& plane) {
+  const double f = image.scale.factor();
   return {{"kind", "planar_lens"},
-          {"homography", numbers(std::get<plane_placement>(placement).to_reference)},
-          {"size", numbers(t.size)},
-          {"centre", numbers(t.center)},
-          {"lens", numbers(t.coefficients)}};
+          {"homography", plane.to_reference},
+          {"size", {image.height, image.width}},
+          {"centre", pair(image.scale.to_given({t.center[0], t.center[1]}))},
+          {"lens", {t.coefficients[0] / (f * f), t.coefficients[1] / (f * f * f * f)}}};
 }
 
-json transform_of(const alignment& run, const result_group& group, std::size_t position) {
+json transform_of(const alignment& run, const result_group& group, const group_layout& layout, std::size_t k) {
+  const std::size_t position = group.positions[k];
   const PixelTransform* transform = run.results.transforms[position].get();
   const int32_t sheet = run.results.sheetID[position];
-  if (group.transform_type == transform_spherical) return spherical(run.cameras[static_cast<std::size_t>(sheet)]);
+  if (group.transform_type == transform_spherical) {
+    return spherical(run.cameras[static_cast<std::size_t>(sheet)], scale_of(run, sheet));
+  }
   if (!transform) return nullptr;
-  const image_placement placement = place_image(run, group, position);
+  const plane_placement* plane = std::get_if<plane_placement>(&layout.placements[k]);
   switch (transform->kind) {
-    case CylindricalTransform::class_kind: return cylindrical(static_cast<const CylindricalTransform&>(*transform));
+    case CylindricalTransform::class_kind:
+      return cylindrical(static_cast<const CylindricalTransform&>(*transform), scale_of(run, sheet),
+                         scale_of(run, group.reference_sheet));
     case DistortTransform::class_kind:
-      if (std::holds_alternative<std::monostate>(placement)) return {{"kind", "planar"}};
-      return planar(static_cast<const DistortTransform&>(*transform), reduction(run, sheet),
-                    reduction(run, group.reference_sheet), placement);
+      if (!plane) return {{"kind", "planar"}};
+      return planar(image_of(run, sheet), *plane);
     case DistortRd2Transform::class_kind:
-      if (std::holds_alternative<std::monostate>(placement)) return {{"kind", "planar_lens"}};
-      return planar_lens(static_cast<const DistortRd2Transform&>(*transform), placement);
+      if (!plane) return {{"kind", "planar_lens"}};
+      return planar_lens(static_cast<const DistortRd2Transform&>(*transform), image_of(run, sheet), *plane);
     default: return {{"kind", "unknown"}};
   }
 }
 
-json group_entry(const alignment& run, const result_group& group, const group_files* files) {
+json group_entry(const alignment& run, const result_group& group, const group_layout& layout,
+                 const group_files* files) {
   json images = json::array();
   for (const std::size_t position : group.positions) images.push_back(run.results.sheetID[position]);
   json entry = {{"group", group.number},
@@ -97,6 +108,9 @@ json group_entry(const alignment& run, const result_group& group, const group_fi
                 {"connectivity", group.number < run.results.connectivity.size()
                                      ? json(run.results.connectivity[group.number])
                                      : json::array()}};
+  if (group.transform_type == transform_cylindrical || group.transform_type == transform_spherical) {
+    entry["level"] = {{"rotation", layout.level}, {"applied", layout.levelled}};
+  }
   if (files && !files->preview.empty()) {
     entry["preview"] = {{"file", files->preview}, {"width", files->preview_width}, {"height", files->preview_height}};
   }
@@ -120,7 +134,8 @@ const char* transform_type_name(int32_t type) {
   }
 }
 
-std::string alignment_json(const alignment& run, const std::vector<group_files>& files) {
+std::string alignment_json(const alignment& run, const std::vector<group_layout>& layouts,
+                           const std::vector<group_files>& files) {
   const MultiViewParams& results = run.results;
   json images = json::array();
   for (std::size_t i = 0; i < run.images.size(); ++i) {
@@ -129,7 +144,7 @@ std::string alignment_json(const alignment& run, const std::vector<group_files>&
                       {"file", image.name},
                       {"width", image.width},
                       {"height", image.height},
-                      {"reduction_level", image.reduction_level},
+                      {"reduction_level", image.scale.level},
                       {"group", nullptr},
                       {"reference", false},
                       {"renderable", false},
@@ -137,13 +152,15 @@ std::string alignment_json(const alignment& run, const std::vector<group_files>&
   }
   json groups = json::array();
   for (const result_group& group : groups_of(results)) {
-    groups.push_back(group_entry(run, group, group.number < files.size() ? &files[group.number] : nullptr));
-    for (const std::size_t position : group.positions) {
+    const group_layout& layout = layouts[group.number];
+    groups.push_back(group_entry(run, group, layout, group.number < files.size() ? &files[group.number] : nullptr));
+    for (std::size_t k = 0; k < group.positions.size(); ++k) {
+      const std::size_t position = group.positions[k];
       json& entry = images[static_cast<std::size_t>(results.sheetID[position])];
       entry["group"] = group.number;
       entry["reference"] = results.sheetID[position] == group.reference_sheet;
       entry["renderable"] = static_cast<bool>(results.renderable[position]);
-      entry["transform"] = transform_of(run, group, position);
+      entry["transform"] = transform_of(run, group, layout, k);
     }
   }
   const json document = {{"requested_type", run.type}, {"report", run.report}, {"groups", groups}, {"images", images}};

@@ -1,7 +1,8 @@
 // The alignment as JSON, for programs that reuse it: per image its group,
 // its role and every value of its transform, in pixels of the image as given
-// (full size, EXIF-turned); per group its kind, reference, links and the
-// files drawn for it; and the report text itself.
+// (full size, EXIF-turned); per group its kind, reference, links, the turn
+// that levels a turning group and the files drawn for it; and the report
+// text itself, in the engine's own units.
 #pragma once
 
 #include <string>
@@ -19,8 +20,9 @@ struct group_files {
   std::string project;  // Hugin project; empty when none was written
 };
 
-// `files` has one entry per group, or none.
-std::string alignment_json(const alignment& run, const std::vector<group_files>& files);
+// `layouts` has one entry per group; `files` one per group, or none.
+std::string alignment_json(const alignment& run, const std::vector<group_layout>& layouts,
+                           const std::vector<group_files>& files);
 
 // The name of a group's TransformationType, e.g. "cylindrical".
 const char* transform_type_name(int32_t type);

@@ -9,8 +9,12 @@ const char usage_text[] =
     "usage: lacewright [align] [OPTION...] [IMAGE|FOLDER...]\n"
     "\n"
     "Aligns overlapping photographs and prints the alignment report. A folder\n"
-    "stands for the images in it, in name order. With no IMAGE, aligns a\n"
-    "built-in synthetic scene of three views.\n"
+    "stands for the images in it, in name order. Reads JPEG, PNG, TIFF (8 and\n"
+    "16 bits), WebP, HEIF and the other formats of libvips, turned as their\n"
+    "EXIF orientation says. With no IMAGE, aligns a built-in synthetic scene\n"
+    "of three views. The JSON, previews and projects are in pixels of the\n"
+    "images as given; the report is in the engine's units, the images halved\n"
+    "until one side is at most 760 pixels.\n"
     "\n"
     "  --type N          1: a camera turning about its centre (default);\n"
     "                    -1: automatic, a plane or a turn per group;\n"
@@ -21,6 +25,8 @@ const char usage_text[] =
     "  --preview-size N  longest side of a preview in pixels (default 2000)\n"
     "  --pto FILE        write each turning group as a Hugin project:\n"
     "                    FILE for the first, FILE-2.pto, ... for the others\n"
+    "  --no-level        keep the reference image's axes in previews and\n"
+    "                    projects instead of levelling the horizon\n"
     "  --quiet           no progress and no summary on stderr\n"
     "  --help            show this text\n"
     "\n"
@@ -87,6 +93,8 @@ options parse_command_line(const std::vector<std::string>& arguments) {
       parsed.help = true;
     } else if (argument == "--quiet" || argument == "-q") {
       parsed.quiet = true;
+    } else if (argument == "--no-level") {
+      parsed.level = false;
     } else if (reader.matches(argument, "--type", value)) {
       parsed.type = parse_type(value);
     } else if (reader.matches(argument, "--json", value)) {

@@ -34,6 +34,7 @@ struct options {
   std::string preview_path;
   std::string pto_path;
   int preview_size = 2000;  // longest side of a preview, in pixels
+  bool level = true;        // level each turning group's horizon in previews and projects
   bool quiet = false;
   bool help = false;
 };

@@ -52,14 +52,12 @@ double scene_brightness(const std::array<double, 3>& d) {
   return 0.5 + 0.5 * std::tanh(6.0 * (sum / weight - 0.5));
 }
 
-using matrix3 = std::array<std::array<double, 3>, 3>;
-
 matrix3 camera_to_world(const turning_camera& camera) {
   const double yaw = camera.yaw_degrees * std::numbers::pi / 180.0;
   const double pitch = camera.pitch_degrees * std::numbers::pi / 180.0;
   const double cy = std::cos(yaw), sy = std::sin(yaw), cp = std::cos(pitch), sp = std::sin(pitch);
   // Yaw about the y axis (down), then pitch about the camera's x axis.
-  return {{{cy, sy * sp, sy * cp}, {0.0, cp, -sp}, {-sy, cy * sp, cy * cp}}};
+  return {cy, sy * sp, sy * cp, 0.0, cp, -sp, -sy, cy * sp, cy * cp};
 }
 
 }  // namespace
@@ -81,7 +79,7 @@ pixel_image render_scene_view(const turning_camera& camera) {
                                (y - cy + 0.25 + 0.5 * (sample >> 1) - 0.5) / camera.focal_length, 1.0};
         std::array<double, 3> d{};
         for (int r = 0; r < 3; ++r) {
-          d[r] = rotation[r][0] * ray[0] + rotation[r][1] * ray[1] + rotation[r][2] * ray[2];
+          d[r] = rotation[3 * r] * ray[0] + rotation[3 * r + 1] * ray[1] + rotation[3 * r + 2] * ray[2];
         }
         const double norm = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
         for (double& component : d) component /= norm;

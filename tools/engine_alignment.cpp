@@ -9,9 +9,12 @@ namespace lacewright_tool {
 
 engine_alignment::engine_alignment() : session_(".") {}
 
-void engine_alignment::add_image(const pixel_image& image, const std::string& name) {
-  session_.add_image(image, name);
-  images_.push_back({name, image.width, image.height, imageList.back().reduction_level, image.orientation});
+void engine_alignment::add_image(const image_file& image) {
+  session_.add_image(image.picture, image.path);
+  // The frame intake kept tells how far the picture was reduced in all.
+  const AlignFrame& frame = imageList.back();
+  images_.push_back({image.path, image.width, image.height, image.orientation,
+                     frame_scale::between(image.width, image.height, frame.width, frame.height)});
 }
 
 std::unique_ptr<alignment> engine_alignment::align(int32_t requested_type) {

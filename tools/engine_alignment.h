@@ -11,6 +11,7 @@
 
 #include "sources/multi_view_params.h"
 #include "sources/rotation_group_cameras.h"
+#include "tools/frame_scale.h"
 #include "tools/image_file.h"
 #include "tools/plugin_session.h"
 
@@ -19,10 +20,10 @@ namespace lacewright_tool {
 // One image as it was handed in.
 struct input_image {
   std::string name;
-  int width = 0;   // of the image as given, after its EXIF orientation
+  int width = 0;   // of the image as given: full size, after its EXIF orientation
   int height = 0;
-  int reduction_level = 0;  // the engine saw it 2^level times smaller
-  int orientation = 1;      // EXIF orientation of the file: its pixels were turned to be given
+  int orientation = 1;  // EXIF orientation of the file: its pixels were turned to be given
+  frame_scale scale;    // the frame the engine aligned against the image as given
 };
 
 struct alignment {
@@ -38,7 +39,7 @@ class engine_alignment {
  public:
   engine_alignment();
 
-  void add_image(const pixel_image& image, const std::string& name);
+  void add_image(const image_file& image);
 
   // Aligns every image added so far. Throws plugin_status_error when the
   // report would not fit; exceptions of the engine pass through.

@@ -1,4 +1,4 @@
-// A picture of one aligned group, drawn from the transforms alone, so that a
+// A picture of one aligned group, drawn from its layout alone, so that a
 // person sees at a glance whether the alignment worked: every image mapped
 // onto the group's output plane and blended with weights that fall to zero
 // at its edges.
@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "tools/image_file.h"
@@ -17,15 +18,15 @@ struct group_picture {
   int width = 0;
   int height = 0;
   double scale = 1.0;        // picture pixels per output pixel
-  point origin{0.0, 0.0};    // output pixel at the picture's top-left corner
+  point origin{0.0, 0.0};    // output point at the picture's top-left corner
   std::vector<uint8_t> rgba;  // 4 bytes a pixel; alpha 0 where no image lies
 };
 
-// Draws `group` with its longest side at most `longest_side` pixels. The
-// pictures are indexed by image number. Empty when no image of the group
-// has a placement to draw.
-std::optional<group_picture> draw_group(const alignment& run, const result_group& group,
-                                        const std::vector<pixel_image>& pictures, int longest_side);
+// Draws the laid-out `group` over its layout's bounds, with its longest side
+// at most `longest_side` pixels. `pictures` are indexed by image number.
+// Empty when no image of the group has a placement.
+std::optional<group_picture> draw_group(const alignment& run, const result_group& group, const group_layout& layout,
+                                        const std::vector<image_file>& pictures, int longest_side);
 
 // Writes a picture as a PNG file; false when it cannot be written.
 bool write_png(const std::string& path, const group_picture& picture);

@@ -1,5 +1,8 @@
-// Image files as the tool reads them: four bytes per pixel in the order the
-// plug-in expects (an unused byte, then red, green, blue).
+// Image files as the tool reads them, through libvips: JPEG (decoded at a
+// reduced size straight from its DCT coefficients when intake would halve it
+// anyway), PNG, TIFF at 8 and 16 bits, WebP, HEIF and the other formats of
+// libvips, turned the way their EXIF orientation says they are shown. Only
+// the reduced picture is ever held in memory, never the whole file's pixels.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +10,28 @@
 #include <string>
 #include <vector>
 
+#include "tools/frame_scale.h"
+
 namespace lacewright_tool {
 
+// Pixels in the order the plug-in takes them: four bytes a pixel, an unused
+// byte and then red, green, blue.
 struct pixel_image {
   int width = 0;
   int height = 0;
-  std::vector<uint8_t> pixels;  // 4 bytes a pixel: unused, red, green, blue
-  int orientation = 1;          // the EXIF orientation the file's pixels were turned by
+  std::vector<uint8_t> pixels;
 
   int row_bytes() const { return 4 * width; }
+};
+
+// A picture as a person gives it to the tool.
+struct image_file {
+  std::string path;
+  int width = 0;         // of the picture as shown: full size, turned by its orientation
+  int height = 0;
+  int orientation = 1;   // the EXIF orientation (1 to 8) that turns the stored pixels into it
+  pixel_image picture;   // the picture as shown, decoded at `scale`
+  frame_scale scale;     // how `picture` relates to the picture at full size
 };
 
 // A file that could not be read as an image.
@@ -23,9 +39,11 @@ struct image_file_error : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Reads a PNG, JPEG, BMP, TGA, GIF (first frame), PSD, HDR or PNM file,
-// turned the way the JPEG's EXIF orientation says it is shown.
-// Throws image_file_error with a message that names the file and the cause.
-pixel_image read_image_file(const std::string& path);
+// Reads `path`, decoded no larger than the plug-in's intake keeps it. Throws
+// image_file_error with a sentence that names the file and the cause.
+image_file read_image_file(const std::string& path);
+
+// An image made in memory (the built-in scene): given at full size.
+image_file image_in_memory(std::string name, pixel_image picture);
 
 }  // namespace lacewright_tool

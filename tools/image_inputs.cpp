@@ -11,8 +11,11 @@
 namespace lacewright_tool {
 
 bool has_image_extension(const std::string& name) {
-  static constexpr std::array<std::string_view, 12> extensions = {
-      ".jpg", ".jpeg", ".png", ".bmp", ".tga", ".gif", ".psd", ".hdr", ".pnm", ".ppm", ".pgm", ".jpe"};
+  // The formats libvips reads (BMP, TGA and PSD through its ImageMagick
+  // loader).
+  static constexpr std::array<std::string_view, 19> extensions = {
+      ".jpg", ".jpeg", ".jpe", ".png", ".tif", ".tiff", ".webp", ".heic", ".heif", ".avif",
+      ".gif", ".pnm", ".ppm", ".pgm", ".hdr", ".bmp", ".tga", ".psd", ".jxl"};
   std::string extension = std::filesystem::path(name).extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });

@@ -1,10 +1,13 @@
 #include "tools/image_placement.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
+#include <numbers>
 
 #include "mvg/matrix_3x3.h"
+#include "rotation/up_direction.h"
 #include "sources/transformation_type.h"
-#include "transforms/cylinder_point.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"
@@ -13,64 +16,185 @@
 namespace lacewright_tool {
 namespace {
 
-using matrix = std::array<double, 9>;
+constexpr matrix3 unit_matrix{1, 0, 0, 0, 1, 0, 0, 0, 1};
+constexpr double degree = std::numbers::pi / 180.0;
 
-matrix product(const matrix& a, const matrix& b) {
-  matrix out;
+// Cameras whose x axes stay this close together turn about no common
+// vertical, so no horizon can be fitted to them: a column of views.
+constexpr double least_sweep_for_levelling = 5.0 * degree;
+
+matrix3 product(const matrix3& a, const matrix3& b) {
+  matrix3 out;
   multiply_3x3(a.data(), b.data(), out.data());
   return out;
 }
 
-matrix scaling(double s) { return {s, 0, 0, 0, s, 0, 0, 0, 1}; }
-
-double reduction(const alignment& run, int32_t sheet) {
-  return std::ldexp(1.0, run.images[static_cast<std::size_t>(sheet)].reduction_level);
+const frame_scale& scale_of(const alignment& run, int32_t sheet) {
+  return run.images[static_cast<std::size_t>(sheet)].scale;
 }
 
-// The engine's planar maps work on the reduced frames it saw: from the
-// image as given to its frame, through `frame_map`, to the reference frame
-// and out to the reference image as given.
-plane_placement plane_through(const matrix& frame_map, double image_reduction, double reference_reduction) {
+// The engine's planar maps work on the frames it aligned: from the image as
+// given to its frame, through `frame_map`, to the reference frame and out to
+// the reference image as given.
+plane_placement plane_through(const matrix3& frame_map, const frame_scale& own, const frame_scale& reference) {
   plane_placement plane;
-  plane.to_reference = product(scaling(reference_reduction), product(frame_map, scaling(1.0 / image_reduction)));
+  plane.to_reference = product(reference.to_given_map(), product(frame_map, own.to_reduced_map()));
   adjugate_3x3(plane.to_reference.data(), plane.from_reference.data());
   return plane;
 }
 
 // The map that takes the rectangle's corners to the quadrilateral's.
-matrix rectangle_to_quad(const DistortTransform& t) {
+matrix3 rectangle_to_quad(const DistortTransform& t) {
   const double top = t.rect[0], left = t.rect[1], bottom = t.rect[2], right = t.rect[3];
-  const matrix to_square = {1.0 / (right - left), 0, -left / (right - left), 0, 1.0 / (bottom - top),
-                            -top / (bottom - top), 0, 0, 1};
+  const matrix3 to_square = {1.0 / (right - left), 0, -left / (right - left), 0, 1.0 / (bottom - top),
+                             -top / (bottom - top), 0, 0, 1};
   return product(square_to_quad(t.quad).matrix(), to_square);
 }
 
-cylinder_placement cylinder_of(const CylindricalTransform& t) {
-  cylinder_placement c;
-  std::copy(std::begin(t.rotation), std::end(t.rotation), c.camera.rotation.begin());
-  c.camera.focal = {t.camera.focal_length()[0], t.camera.focal_length()[1]};
-  c.camera.centre = {t.camera.image_center()[0], t.camera.image_center()[1]};
-  c.scale = {t.scale[0], t.scale[1]};
-  c.phase_range = t.phase_range;
-  c.shift = {t.pixel_shift[0], t.pixel_shift[1]};
+image_placement planar_placement(const alignment& run, const result_group& group, std::size_t position) {
+  const MultiViewParams& results = run.results;
+  if (!results.renderable[position]) return std::monostate{};
+  const frame_scale& own = scale_of(run, results.sheetID[position]);
+  const frame_scale& reference = scale_of(run, group.reference_sheet);
+  const PixelTransform* transform = results.transforms[position].get();
+  if (!transform) return plane_through(unit_matrix, own, reference);  // the reference itself
+  switch (transform->kind) {
+    case DistortTransform::class_kind:
+      return plane_through(rectangle_to_quad(static_cast<const DistortTransform&>(*transform)), own, reference);
+    case DistortRd2Transform::class_kind: {
+      const auto& lens = static_cast<const DistortRd2Transform&>(*transform);
+      matrix3 m;
+      std::copy(std::begin(lens.matrix), std::end(lens.matrix), m.begin());
+      return plane_through(m, own, reference);
+    }
+    default: return std::monostate{};
+  }
+}
+
+turned_camera given_camera(const double* rotation, const SimpleCameraParameters& camera, const frame_scale& scale) {
+  turned_camera c;
+  std::copy(rotation, rotation + 9, c.rotation.begin());
+  c.focal = {scale.length_to_given(camera.focal_length()[0]), scale.length_to_given(camera.focal_length()[1])};
+  c.centre = scale.to_given({camera.image_center()[0], camera.image_center()[1]});
   return c;
 }
 
-turned_camera camera_of(const group_camera& observed) {
-  return {observed.rotation,
-          {observed.camera.focal_length()[0], observed.camera.focal_length()[1]},
-          {observed.camera.image_center()[0], observed.camera.image_center()[1]}};
+// The camera of a turning group's image: from its cylinder, or, for a
+// sphere (whose transforms carry no numbers), as the engine told it.
+std::optional<turned_camera> turned_camera_of(const alignment& run, const result_group& group, std::size_t position) {
+  const int32_t sheet = run.results.sheetID[position];
+  const frame_scale& scale = scale_of(run, sheet);
+  if (group.transform_type == transform_spherical) {
+    const std::optional<group_camera>& observed = run.cameras[static_cast<std::size_t>(sheet)];
+    if (!observed) return std::nullopt;
+    return given_camera(observed->rotation.data(), observed->camera, scale);
+  }
+  const PixelTransform* transform = run.results.transforms[position].get();
+  if (!transform || transform->kind != CylindricalTransform::class_kind) return std::nullopt;
+  const auto& cylinder = static_cast<const CylindricalTransform&>(*transform);
+  return given_camera(cylinder.rotation, cylinder.camera, scale);
 }
 
-// A sphere's images are drawn at the reference camera's scale.
-image_placement sphere_of(const alignment& run, const result_group& group, int32_t sheet) {
-  const auto& own = run.cameras[static_cast<std::size_t>(sheet)];
-  const auto& reference = run.cameras[static_cast<std::size_t>(group.reference_sheet)];
-  if (!own || !reference) return std::monostate{};
-  sphere_placement s{camera_of(*own), reference->camera.focal_length()[0], 0.0};
-  const ray middle = s.camera.ray_of(s.camera.centre);
-  s.middle_longitude = std::atan2(middle[0], middle[2]);
-  return s;
+ray column(const matrix3& rotation, std::size_t c) { return {rotation[c], rotation[3 + c], rotation[6 + c]}; }
+
+double angle_between(const ray& a, const ray& b) {
+  return std::acos(std::clamp(a[0] * b[0] + a[1] * b[1] + a[2] * b[2], -1.0, 1.0));
+}
+
+// The turn that makes the group's vertical, fitted to the cameras' x axes
+// and signed by their y axes, the panorama's downward axis; empty when the
+// cameras do not sweep enough to show a vertical.
+std::optional<matrix3> levelling_turn(const std::vector<turned_camera>& cameras) {
+  std::vector<axis> x_axes, y_axes;
+  for (const turned_camera& camera : cameras) {
+    x_axes.push_back(column(camera.rotation, 0));
+    y_axes.push_back(column(camera.rotation, 1));
+  }
+  double sweep = 0.0;
+  for (const axis& x : x_axes) sweep = std::max(sweep, angle_between(x, x_axes.front()));
+  if (sweep < least_sweep_for_levelling) return std::nullopt;
+  const std::optional<axis> up = up_from_x_axes(x_axes);
+  if (!up) return std::nullopt;
+  return turn_onto(oriented_up(*up, y_axes), {0.0, 1.0, 0.0});
+}
+
+double longitude_of(const ray& r) { return std::atan2(r[0], r[2]); }
+
+// The longitude of a camera's pixel, taken within half a turn of the
+// longitude of its own centre, so that one image's longitudes never jump.
+double unwrapped_longitude(const turned_camera& camera, point pixel) {
+  const double middle = longitude_of(camera.ray_of(camera.centre));
+  return middle + std::remainder(longitude_of(camera.ray_of(pixel)) - middle, 2.0 * std::numbers::pi);
+}
+
+// Points along the border of an image of `width` by `height` pixels.
+template <class Visit>
+void walk_outline(double width, double height, Visit visit) {
+  constexpr int samples = 32;
+  const double left = -0.5, top = -0.5, right = width - 0.5, bottom = height - 0.5;
+  for (int s = 0; s <= samples; ++s) {
+    const double t = static_cast<double>(s) / samples;
+    const double x = left + t * (right - left), y = top + t * (bottom - top);
+    for (const point p : {point{x, top}, point{x, bottom}, point{left, y}, point{right, y}}) visit(p);
+  }
+}
+
+// The middle of the longitudes that the cameras' images cover.
+double middle_longitude(const std::vector<turned_camera>& cameras, const std::vector<const input_image*>& images) {
+  double first = std::numeric_limits<double>::infinity(), last = -first;
+  for (std::size_t k = 0; k < cameras.size(); ++k) {
+    walk_outline(images[k]->width, images[k]->height, [&](point p) {
+      const double longitude = unwrapped_longitude(cameras[k], p);
+      first = std::min(first, longitude);
+      last = std::max(last, longitude);
+    });
+  }
+  return (first + last) / 2.0;
+}
+
+void turned_placements(const alignment& run, const result_group& group, bool level, group_layout& layout) {
+  std::vector<std::size_t> placed;
+  std::vector<turned_camera> cameras;
+  std::vector<const input_image*> images;
+  for (std::size_t k = 0; k < group.positions.size(); ++k) {
+    if (const auto camera = turned_camera_of(run, group, group.positions[k])) {
+      placed.push_back(k);
+      cameras.push_back(*camera);
+      images.push_back(&run.images[static_cast<std::size_t>(run.results.sheetID[group.positions[k]])]);
+    }
+  }
+  if (cameras.empty()) return;
+  if (const auto turn = levelling_turn(cameras)) layout.level = *turn;
+  layout.levelled = level;
+  if (level) {
+    for (turned_camera& camera : cameras) camera.rotation = product(layout.level, camera.rotation);
+  }
+  // The reference image's focal length sets the panorama's scale.
+  const auto reference = std::find_if(placed.begin(), placed.end(), [&](std::size_t k) {
+    return run.results.sheetID[group.positions[k]] == group.reference_sheet;
+  });
+  const turned_camera& scale_camera = cameras[reference == placed.end() ? 0 : reference - placed.begin()];
+  const double middle = middle_longitude(cameras, images);
+  const panorama_surface surface =
+      group.transform_type == transform_spherical ? panorama_surface::sphere : panorama_surface::cylinder;
+  for (std::size_t i = 0; i < placed.size(); ++i) {
+    layout.placements[placed[i]] = turned_placement{cameras[i], surface, scale_camera.focal[0], middle};
+  }
+}
+
+void add_bounds(group_layout& layout, const image_placement& placement, const input_image& image) {
+  output_box box = layout.bounds.value_or(output_box{std::numeric_limits<double>::infinity(),
+                                                     std::numeric_limits<double>::infinity(),
+                                                     -std::numeric_limits<double>::infinity(),
+                                                     -std::numeric_limits<double>::infinity()});
+  walk_outline(image.width, image.height, [&](point p) {
+    const point out = to_output(placement, p);
+    box.left = std::min(box.left, out[0]);
+    box.right = std::max(box.right, out[0]);
+    box.top = std::min(box.top, out[1]);
+    box.bottom = std::max(box.bottom, out[1]);
+  });
+  layout.bounds = box;
 }
 
 }  // namespace
@@ -88,19 +212,19 @@ std::vector<result_group> groups_of(const MultiViewParams& results) {
   return groups;
 }
 
-point apply_homography(const matrix& m, point p) {
+point apply_homography(const matrix3& m, point p) {
   const double w = m[6] * p[0] + m[7] * p[1] + m[8];
   return {(m[0] * p[0] + m[1] * p[1] + m[2]) / w, (m[3] * p[0] + m[4] * p[1] + m[5]) / w};
 }
 
 ray turned_camera::ray_of(point pixel) const {
   const double u = (pixel[0] - centre[0]) / focal[0], v = (pixel[1] - centre[1]) / focal[1];
-  const matrix& R = rotation;
+  const matrix3& R = rotation;
   return {R[0] * u + R[1] * v + R[2], R[3] * u + R[4] * v + R[5], R[6] * u + R[7] * v + R[8]};
 }
 
 std::optional<point> turned_camera::pixel_of(const ray& r) const {
-  const matrix& R = rotation;  // the camera's ray is R^T r
+  const matrix3& R = rotation;  // the camera's ray is R^T r
   const double x = R[0] * r[0] + R[3] * r[1] + R[6] * r[2];
   const double y = R[1] * r[0] + R[4] * r[1] + R[7] * r[2];
   const double z = R[2] * r[0] + R[5] * r[1] + R[8] * r[2];
@@ -108,58 +232,69 @@ std::optional<point> turned_camera::pixel_of(const ray& r) const {
   return point{focal[0] * x / z + centre[0], focal[1] * y / z + centre[1]};
 }
 
-point cylinder_placement::to_output(point image) const {
-  const cylinder_coordinates c =
-      CylinderPoint(camera.rotation.data(), camera.focal.data(), camera.centre.data(), image[0], image[1]);
-  return {wrap_phase(c.phase, phase_range) * scale[0] + shift[0], c.height * scale[1] + shift[1]};
-}
-
-std::optional<point> cylinder_placement::to_image(point output) const {
-  const double phase = (output[0] - shift[0]) / scale[0];
-  const double height = (output[1] - shift[1]) / scale[1];
-  return camera.pixel_of({std::sin(phase), height, std::cos(phase)});
-}
-
-point sphere_placement::to_output(point image) const {
+point turned_placement::to_output(point image) const {
   const ray r = camera.ray_of(image);
-  const double longitude = wrap_phase(std::atan2(r[0], r[2]), middle_longitude);
-  return {longitude * pixels_per_radian, std::atan2(r[1], std::hypot(r[0], r[2])) * pixels_per_radian};
+  const double around = std::hypot(r[0], r[2]);
+  const double across = std::remainder(longitude_of(r) - middle, 2.0 * std::numbers::pi);
+  const double down = surface == panorama_surface::sphere ? std::atan2(r[1], around) : r[1] / around;
+  return {across * pixels_per_radian, down * pixels_per_radian};
 }
 
-std::optional<point> sphere_placement::to_image(point output) const {
-  const double longitude = output[0] / pixels_per_radian, latitude = output[1] / pixels_per_radian;
-  return camera.pixel_of({std::cos(latitude) * std::sin(longitude), std::sin(latitude),
-                          std::cos(latitude) * std::cos(longitude)});
+std::optional<point> turned_placement::to_image(point output) const {
+  const double longitude = middle + output[0] / pixels_per_radian, down = output[1] / pixels_per_radian;
+  if (surface == panorama_surface::cylinder) return camera.pixel_of({std::sin(longitude), down, std::cos(longitude)});
+  return camera.pixel_of(
+      {std::cos(down) * std::sin(longitude), std::sin(down), std::cos(down) * std::cos(longitude)});
 }
 
 point plane_placement::to_output(point image) const { return apply_homography(to_reference, image); }
 
 std::optional<point> plane_placement::to_image(point output) const {
-  const matrix& m = from_reference;
+  const matrix3& m = from_reference;
   if (m[6] * output[0] + m[7] * output[1] + m[8] == 0.0) return std::nullopt;
   return apply_homography(m, output);
 }
 
-image_placement place_image(const alignment& run, const result_group& group, std::size_t position) {
-  const MultiViewParams& results = run.results;
-  if (!results.renderable[position]) return std::monostate{};
-  const int32_t sheet = results.sheetID[position];
-  const PixelTransform* transform = results.transforms[position].get();
-  const double own = reduction(run, sheet), reference = reduction(run, group.reference_sheet);
-  if (group.transform_type == transform_spherical) return sphere_of(run, group, sheet);
-  if (!transform) return plane_through(scaling(1.0), own, reference);  // the planar reference itself
-  switch (transform->kind) {
-    case CylindricalTransform::class_kind: return cylinder_of(static_cast<const CylindricalTransform&>(*transform));
-    case DistortTransform::class_kind:
-      return plane_through(rectangle_to_quad(static_cast<const DistortTransform&>(*transform)), own, reference);
-    case DistortRd2Transform::class_kind: {
-      const auto& lens = static_cast<const DistortRd2Transform&>(*transform);
-      matrix m;
-      std::copy(std::begin(lens.matrix), std::end(lens.matrix), m.begin());
-      return plane_through(m, own, reference);
+point to_output(const image_placement& placement, point image) {
+  return std::visit(
+      [&](const auto& place) -> point {
+        if constexpr (std::is_same_v<std::decay_t<decltype(place)>, std::monostate>) {
+          return image;
+        } else {
+          return place.to_output(image);
+        }
+      },
+      placement);
+}
+
+std::optional<point> to_image(const image_placement& placement, point output) {
+  return std::visit(
+      [&](const auto& place) -> std::optional<point> {
+        if constexpr (std::is_same_v<std::decay_t<decltype(place)>, std::monostate>) {
+          return std::nullopt;
+        } else {
+          return place.to_image(output);
+        }
+      },
+      placement);
+}
+
+group_layout lay_out_group(const alignment& run, const result_group& group, bool level) {
+  group_layout layout;
+  layout.placements.resize(group.positions.size());
+  const bool turning = group.transform_type == transform_cylindrical || group.transform_type == transform_spherical;
+  if (turning) {
+    turned_placements(run, group, level, layout);
+  } else {
+    for (std::size_t k = 0; k < group.positions.size(); ++k) {
+      layout.placements[k] = planar_placement(run, group, group.positions[k]);
     }
-    default: return std::monostate{};
   }
+  for (std::size_t k = 0; k < group.positions.size(); ++k) {
+    if (std::holds_alternative<std::monostate>(layout.placements[k])) continue;
+    add_bounds(layout, layout.placements[k], run.images[static_cast<std::size_t>(run.results.sheetID[group.positions[k]])]);
+  }
+  return layout;
 }
 
 }  // namespace lacewright_tool

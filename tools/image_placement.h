@@ -1,7 +1,11 @@
 // Where each image of an alignment lies, as maps between the pixels of the
-// image as given (full size, EXIF-turned) and its group's output plane: the
-// cylinder's output pixels for a turning group, the reference image's
-// pixels for a planar one. Built from the engine's transform objects; the
+// image as given (full size, EXIF-turned) and its group's output plane. For
+// a turning group that plane is the panorama: longitude from the group's
+// middle across, height on the cylinder or latitude down, both in pixels of
+// the reference image's focal length, with the horizon levelled unless
+// asked not to. For a planar group it is the reference image's pixels.
+// Built from the engine's transform objects, whose numbers are in pixels of
+// the frames the engine aligned, through each image's frame_scale; the
 // previews and the exports read images through these.
 #pragma once
 
@@ -13,10 +17,9 @@
 #include <vector>
 
 #include "tools/engine_alignment.h"
+#include "tools/frame_scale.h"
 
 namespace lacewright_tool {
-
-using point = std::array<double, 2>;
 
 // One group of the results: its images are consecutive in the result lists.
 struct result_group {
@@ -31,9 +34,9 @@ std::vector<result_group> groups_of(const MultiViewParams& results);
 using ray = std::array<double, 3>;
 
 // A camera turned about its centre: pixels of the image as given and rays in
-// the group's axes (x right, y down, z forward of the reference).
+// the panorama's axes (x right, y down, z forward of the reference).
 struct turned_camera {
-  std::array<double, 9> rotation;  // camera to group, row-major
+  matrix3 rotation;  // camera to panorama, row-major
   point focal;
   point centre;
 
@@ -42,24 +45,14 @@ struct turned_camera {
   std::optional<point> pixel_of(const ray& r) const;
 };
 
-// A turned camera seen on the group's cylinder.
-struct cylinder_placement {
-  turned_camera camera;
-  point scale;        // output pixels per radian of phase; per unit of height
-  double phase_range;
-  point shift;        // output pixel of phase 0, height 0
+enum class panorama_surface { cylinder, sphere };
 
-  point to_output(point image) const;
-  std::optional<point> to_image(point output) const;
-};
-
-// A turned camera seen on the sphere of directions: longitude and latitude
-// (downwards positive) in radians times `pixels_per_radian`, the longitude
-// taken within half a turn of the image's own middle.
-struct sphere_placement {
+// A turned camera on its group's panorama.
+struct turned_placement {
   turned_camera camera;
-  double pixels_per_radian;
-  double middle_longitude;
+  panorama_surface surface = panorama_surface::cylinder;
+  double pixels_per_radian = 1.0;
+  double middle = 0.0;  // the longitude at x = 0
 
   point to_output(point image) const;
   std::optional<point> to_image(point output) const;
@@ -67,8 +60,8 @@ struct sphere_placement {
 
 // A projective map onto the reference image.
 struct plane_placement {
-  std::array<double, 9> to_reference;    // row-major, homogeneous
-  std::array<double, 9> from_reference;
+  matrix3 to_reference;
+  matrix3 from_reference;
 
   point to_output(point image) const;
   std::optional<point> to_image(point output) const;
@@ -76,12 +69,33 @@ struct plane_placement {
 
 // Nothing to draw: an image alone, or an image of a sphere whose cameras
 // were not observed.
-using image_placement = std::variant<std::monostate, cylinder_placement, sphere_placement, plane_placement>;
+using image_placement = std::variant<std::monostate, turned_placement, plane_placement>;
 
-// The placement of the image at `position` of the result lists.
-image_placement place_image(const alignment& run, const result_group& group, std::size_t position);
+point to_output(const image_placement& placement, point image);
+std::optional<point> to_image(const image_placement& placement, point output);
+
+// A rectangle of the output plane.
+struct output_box {
+  double left = 0.0, top = 0.0, right = 0.0, bottom = 0.0;
+};
+
+// Every image of a group placed, in the order of its positions.
+struct group_layout {
+  std::vector<image_placement> placements;
+  // The turn that levels a turning group's horizon (the unit matrix for a
+  // planar group, and when none can be fitted), and whether the
+  // placements carry it.
+  matrix3 level{1, 0, 0, 0, 1, 0, 0, 0, 1};
+  bool levelled = false;
+  // Where the placed images' outlines lie; empty when nothing is placed.
+  std::optional<output_box> bounds;
+};
+
+// Places the images of `group`; with `level`, a turning group's cameras are
+// turned so that its horizon is level.
+group_layout lay_out_group(const alignment& run, const result_group& group, bool level);
 
 // Applies a row-major homogeneous 3 x 3 map.
-point apply_homography(const std::array<double, 9>& m, point p);
+point apply_homography(const matrix3& m, point p);
 
 }  // namespace lacewright_tool

@@ -37,31 +37,32 @@ void check_count(std::size_t count) {
   }
 }
 
-// Reads and hands in every image; keeps the pixels only when a preview
+// Reads and hands in every image; keeps the pictures only when a preview
 // will be drawn from them.
-std::vector<pixel_image> add_images(engine_alignment& engine, const std::vector<std::string>& files, bool keep,
-                                    progress_display& progress) {
-  std::vector<pixel_image> kept;
+std::vector<image_file> add_images(engine_alignment& engine, const std::vector<std::string>& files, bool keep,
+                                   progress_display& progress) {
+  std::vector<image_file> kept;
   progress.stage("reading", files.size());
   for (std::size_t i = 0; i < files.size(); ++i) {
-    pixel_image image;
+    image_file image;
     try {
       image = read_image_file(files[i]);
     } catch (const image_file_error& error) {
       throw tool_error(error.what(), exit_unreadable_input);
     }
-    engine.add_image(image, files[i]);
+    engine.add_image(image);
     if (keep) kept.push_back(std::move(image));
     progress.advance(i + 1);
   }
   return kept;
 }
 
-std::vector<pixel_image> add_default_scene(engine_alignment& engine, bool keep) {
-  std::vector<pixel_image> kept;
+std::vector<image_file> add_default_scene(engine_alignment& engine, bool keep) {
+  std::vector<image_file> kept;
   int view = 0;
-  for (pixel_image& image : render_default_scene()) {
-    engine.add_image(image, "synthetic view " + std::to_string(view++));
+  for (pixel_image& picture : render_default_scene()) {
+    image_file image = image_in_memory("synthetic view " + std::to_string(view++), std::move(picture));
+    engine.add_image(image);
     if (keep) kept.push_back(std::move(image));
   }
   return kept;
@@ -92,26 +93,29 @@ std::string numbered(const std::string& path, std::size_t count) {
 }
 
 std::vector<group_files> stage_outputs(const options& parsed, const alignment& run,
-                                       const std::vector<pixel_image>& pictures, output_files& outputs) {
+                                       const std::vector<image_file>& pictures, output_files& outputs) {
   const std::vector<result_group> groups = groups_of(run.results);
+  std::vector<group_layout> layouts;
+  for (const result_group& group : groups) layouts.push_back(lay_out_group(run, group, parsed.level));
   std::vector<group_files> files(groups.size());
   std::size_t previews = 0, projects = 0;
   for (const result_group& group : groups) {
+    const group_layout& layout = layouts[group.number];
     group_files& written = files[group.number];
     if (!parsed.preview_path.empty()) {
-      if (const auto picture = draw_group(run, group, pictures, parsed.preview_size)) {
+      if (const auto picture = draw_group(run, group, layout, pictures, parsed.preview_size)) {
         written = {numbered(parsed.preview_path, previews++), picture->width, picture->height, {}};
         outputs.stage(written.preview, [&](const std::string& temporary) { return write_png(temporary, *picture); });
       }
     }
     if (!parsed.pto_path.empty()) {
-      if (const auto project = hugin_project(run, group)) {
+      if (const auto project = hugin_project(run, group, layout)) {
         written.project = numbered(parsed.pto_path, projects++);
         outputs.stage_text(written.project, *project);
       }
     }
   }
-  if (!parsed.json_path.empty()) outputs.stage_text(parsed.json_path, alignment_json(run, files));
+  if (!parsed.json_path.empty()) outputs.stage_text(parsed.json_path, alignment_json(run, layouts, files));
   return files;
 }
 
@@ -145,7 +149,7 @@ int run(const options& parsed) {
   progress_display progress(!parsed.quiet && ::isatty(STDERR_FILENO));
   engine_alignment engine;
   const bool keep = !parsed.preview_path.empty();
-  std::vector<pixel_image> pictures;
+  std::vector<image_file> pictures;
   if (parsed.inputs.empty()) {
     if (!parsed.quiet) std::fprintf(stderr, "lacewright: no images given; aligning the built-in synthetic scene\n");
     pictures = add_default_scene(engine, keep);

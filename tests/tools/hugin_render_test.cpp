@@ -1,82 +1,128 @@
-// The tool's Hugin project rendered by Hugin's own nona: each image of a
+// The tool's Hugin projects rendered by Hugin's own nona. Each image of a
 // shared set is remapped onto the panorama on its own, and wherever two of
-// them cover the same panorama pixel they must show the same scene. A wrong
-// sign of yaw, pitch or roll, a wrong field of view or a wrong centre would
-// set them apart by many grey levels.
+// them cover the same panorama pixel they must show the same scene; and the
+// panorama of a set enlarged to the sizes cameras write must be the tool's
+// own preview of it. A wrong sign of yaw, pitch or roll, a wrong field of
+// view, centre or unit would set them apart by many grey levels.
 #include <gtest/gtest.h>
-#include <stb_image.h>
 #include <sys/wait.h>
 
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "photographs.h"
+#include "tool_test_support.h"
 
 namespace {
 
-struct layer {
-  int width = 0, height = 0;
-  std::vector<uint8_t> rgba;
-};
+using namespace tool_test;
 
-layer read_layer(const std::filesystem::path& path) {
-  layer out;
-  int channels = 0;
-  std::unique_ptr<stbi_uc, void (*)(void*)> pixels(stbi_load(path.c_str(), &out.width, &out.height, &channels, 4),
-                                                   stbi_image_free);
-  if (pixels) out.rgba.assign(pixels.get(), pixels.get() + 4 * static_cast<std::size_t>(out.width) * out.height);
-  return out;
-}
+double grey(const rgba_image& l, std::size_t i) { return (l.rgba[4 * i] + l.rgba[4 * i + 1] + l.rgba[4 * i + 2]) / 3.0; }
 
-double grey(const layer& l, std::size_t i) {
-  return (l.rgba[4 * i] + l.rgba[4 * i + 1] + l.rgba[4 * i + 2]) / 3.0;
-}
-
-bool run(const std::string& command) {
+bool run_command(const std::string& command) {
   const int status = std::system(command.c_str());
   return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
-TEST(HuginRender, nona_renders_the_project_of_a_shared_set_into_one_consistent_panorama) {
-  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  if (!run("command -v nona >/dev/null 2>&1")) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
-  const auto folder = std::filesystem::temp_directory_path() / ("lacewright_hugin_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(folder);
-  const std::string project = (folder / "set.pto").string();
-  const auto images = test_support::photograph_set("hill");
-  ASSERT_TRUE(run(std::string(LACEWRIGHT_TOOL) + " --quiet --pto " + project + " " +
-                  (test_support::photograph_folder() / "hill").string() + " >/dev/null"));
+bool have_nona() { return run_command("command -v nona >/dev/null 2>&1"); }
 
-  std::vector<layer> layers;
-  for (std::size_t i = 0; i < images.size(); ++i) {
-    const auto out = folder / ("layer" + std::to_string(i));
-    ASSERT_TRUE(run("nona -m PNG -i " + std::to_string(i) + " -o " + out.string() + " " + project + " >/dev/null 2>&1"));
-    layers.push_back(read_layer(out.string() + ".png"));
-    ASSERT_FALSE(layers.back().rgba.empty());
+// The mean grey difference over the pixels both pictures cover, and how
+// many they are.
+std::pair<double, std::size_t> grey_difference(const rgba_image& first, const rgba_image& second) {
+  double difference = 0.0;
+  std::size_t shared = 0;
+  for (std::size_t i = 0; i < static_cast<std::size_t>(first.width) * first.height; ++i) {
+    if (first.rgba[4 * i + 3] != 255 || second.rgba[4 * i + 3] != 255) continue;
+    difference += std::fabs(grey(first, i) - grey(second, i));
+    ++shared;
   }
-  ASSERT_TRUE(run("nona -m PNG -o " + (folder / "panorama").string() + " " + project + " >/dev/null 2>&1"));
-  const layer panorama = read_layer(folder / "panorama.png");
+  return {shared ? difference / shared : 0.0, shared};
+}
+
+class HuginRender : public ToolTest {};
+
+TEST_F(HuginRender, nona_renders_the_project_of_a_shared_set_into_one_consistent_panorama) {
+  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  if (!have_nona()) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
+  const std::string project = in_folder("set.pto");
+  const auto images = test_support::photograph_set("hill");
+  ASSERT_EQ(0, run("--quiet --pto " + project + " " + (test_support::photograph_folder() / "hill").string()).exit_code);
+
+  std::vector<rgba_image> layers;
+  for (std::size_t i = 0; i < images.size(); ++i) {
+    const std::string out = in_folder("layer" + std::to_string(i));
+    ASSERT_TRUE(run_command("nona -m PNG -i " + std::to_string(i) + " -o " + out + " " + project + " >/dev/null 2>&1"));
+    layers.push_back(read_rgba(out + ".png"));
+  }
+  ASSERT_TRUE(run_command("nona -m PNG -o " + in_folder("panorama") + " " + project + " >/dev/null 2>&1"));
+  const rgba_image panorama = read_rgba(in_folder("panorama.png"));
   EXPECT_EQ(layers[0].width, panorama.width);
   EXPECT_EQ(layers[0].height, panorama.height);
-
   for (std::size_t a = 0; a + 1 < layers.size(); ++a) {
-    const layer& first = layers[a];
-    const layer& second = layers[a + 1];
-    double difference = 0.0;
-    std::size_t shared = 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(first.width) * first.height; ++i) {
-      if (first.rgba[4 * i + 3] != 255 || second.rgba[4 * i + 3] != 255) continue;
-      difference += std::fabs(grey(first, i) - grey(second, i));
-      ++shared;
-    }
+    const auto [difference, shared] = grey_difference(layers[a], layers[a + 1]);
     ASSERT_GT(shared, 1000u) << "images " << a << " and " << a + 1 << " do not overlap";
-    EXPECT_LT(difference / shared, 8.0) << "images " << a << " and " << a + 1;
+    EXPECT_LT(difference, 8.0) << "images " << a << " and " << a + 1;
   }
-  std::filesystem::remove_all(folder);
+}
+
+// The project's panorama drawn at the preview's scale: its canvas and crop
+// scaled down, so that nona renders the very pixels the preview drew.
+std::string at_scale(const std::string& project, double scale) {
+  const std::regex panorama_line(R"(\np f(\d) w(\S+) h(\S+) v(\S+) E0 R0 S(\S+),(\S+),(\S+),(\S+) )");
+  std::smatch m;
+  if (!std::regex_search(project, m, panorama_line)) return project;
+  const auto scaled = [&](int k) { return std::to_string(std::lround(std::stod(m[k]) * scale)); };
+  std::ostringstream line;
+  line << "\np f" << m[1] << " w" << scaled(2) << " h" << scaled(3) << " v" << m[4] << " E0 R0 S" << scaled(5) << ","
+       << scaled(6) << "," << scaled(7) << "," << scaled(8) << " ";
+  return m.prefix().str() + line.str() + m.suffix().str();
+}
+
+TEST_F(HuginRender, nona_renders_an_enlarged_set_as_the_tool_previews_it) {
+  if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  if (!have_nona()) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
+  for (const char* set : {"hill", "rainier"}) {
+    SCOPED_TRACE(set);
+    const auto folder = folder_ / set;
+    enlarged_set(set, folder, 0.0, 2400, 1800);
+    const std::string project = in_folder(std::string(set) + ".pto"), preview = in_folder(std::string(set) + ".png");
+    const std::string json_file = in_folder(std::string(set) + ".json");
+    ASSERT_EQ(0, run("--quiet --preview-size 1000 --preview " + preview + " --pto " + project + " --json " + json_file +
+                     " " + folder.string())
+                     .exit_code);
+    const rgba_image drawn = read_rgba(preview);
+    const std::string text = slurp(project);
+    const std::regex width(R"(\np f\d w(\S+) )");
+    std::smatch m;
+    ASSERT_TRUE(std::regex_search(text, m, width));
+    std::ofstream(in_folder("small.pto")) << at_scale(text, drawn.width / std::stod(m[1]));
+    ASSERT_TRUE(run_command("nona -m PNG -o " + in_folder("rendered") + " " + in_folder("small.pto") + " >/dev/null 2>&1"));
+    const rgba_image rendered = read_rgba(in_folder("rendered.png"));
+    ASSERT_NEAR(drawn.width, rendered.width, 1);
+    ASSERT_NEAR(drawn.height, rendered.height, 1);
+    rgba_image same_size = rendered;
+    same_size.width = drawn.width;
+    same_size.height = drawn.height;
+    same_size.rgba.assign(4 * static_cast<std::size_t>(drawn.width) * drawn.height, 0);
+    for (int y = 0; y < std::min(drawn.height, rendered.height); ++y) {
+      for (int x = 0; x < std::min(drawn.width, rendered.width); ++x) {
+        for (int c = 0; c < 4; ++c) {
+          same_size.rgba[4 * (static_cast<std::size_t>(y) * drawn.width + x) + c] =
+              rendered.rgba[4 * (static_cast<std::size_t>(y) * rendered.width + x) + c];
+        }
+      }
+    }
+    const auto [difference, shared] = grey_difference(drawn, same_size);
+    EXPECT_GT(shared, static_cast<std::size_t>(drawn.width) * drawn.height / 2);
+    EXPECT_LT(difference, 8.0);
+  }
 }
 
 }  // namespace

@@ -2,10 +2,8 @@
 // previews and Hugin projects it writes, and one clear line on stderr with
 // its own exit code for every mistake, never a crash or a half-written file.
 #include <gtest/gtest.h>
-#include <stb_image.h>
-#include <stb_image_write.h>
-#include <sys/wait.h>
 
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -15,53 +13,22 @@
 
 #include "photographs.h"
 #include "report_lists.h"
+#include "tool_test_support.h"
 #include "tools/default_scene.h"
 
 namespace {
 
 using nlohmann::json;
 using test_support::list_of;
+using namespace tool_test;
 
-struct outcome {
-  int exit_code;
-  std::string out;
-  std::string err;
-};
-
-std::string slurp(const std::filesystem::path& path) {
-  std::ifstream in(path);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-class Tool : public testing::Test {
+class Tool : public ToolTest {
  protected:
-  void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() /
-              ("lacewright_tool_test_" + std::to_string(::getpid()) + "_" +
-               testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-
-  // Runs the tool in a fresh process; `environment` prefixes assignments.
-  outcome run(const std::string& arguments, const std::string& environment = "") {
-    const auto out = folder_ / "stdout", err = folder_ / "stderr";
-    const std::string command = environment + " " + std::string(LACEWRIGHT_TOOL) + " " + arguments + " >" +
-                                out.string() + " 2>" + err.string();
-    const int status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(out), slurp(err)};
-  }
-
   std::string grey_png(const std::string& name, int width, int height, uint8_t level) {
-    const std::vector<uint8_t> samples(static_cast<std::size_t>(width) * height, level);
-    const std::string path = (folder_ / name).string();
-    EXPECT_TRUE(stbi_write_png(path.c_str(), width, height, 1, samples.data(), width));
+    const std::string path = in_folder(name);
+    save_grey(path, {width, height, std::vector<uint8_t>(static_cast<std::size_t>(width) * height, level)});
     return path;
   }
-
-  std::string in_folder(const std::string& name) const { return (folder_ / name).string(); }
-
-  std::filesystem::path folder_;
 };
 
 void expect_failure(const outcome& result, int exit_code, const std::string& fragment) {
@@ -74,7 +41,8 @@ void expect_failure(const outcome& result, int exit_code, const std::string& fra
 }
 
 // The JSON says what the report says: the same groups, references, kinds,
-// links and focal lengths, and the report itself.
+// links and focal lengths (the report's in pixels of the frames the engine
+// aligned, the JSON's in pixels of the images as given), and the report.
 void expect_agreement(const json& document, const std::string& report) {
   EXPECT_EQ(report, document["report"].get<std::string>() + "\n");
   std::vector<std::string> sheets, counts, references, types, renderable, focal_lengths;
@@ -91,7 +59,8 @@ void expect_agreement(const json& document, const std::string& report) {
       const json& transform = image["transform"];
       char text[32] = "0.0";
       if (!transform.is_null() && transform["kind"] == "cylindrical") {
-        std::snprintf(text, sizeof text, "%5.1f", transform["focal_length"][0].get<double>());
+        const double reduction = std::ldexp(1.0, image["reduction_level"].get<int>());
+        std::snprintf(text, sizeof text, "%5.1f", transform["focal_length"][0].get<double>() / reduction);
       }
       focal_lengths.push_back(text);
     }
@@ -105,21 +74,17 @@ void expect_agreement(const json& document, const std::string& report) {
 }
 
 // The preview exists with the size the JSON gives, within the size asked
-// for, and mostly covered by images.
-void expect_preview(const json& group, int longest_side) {
+// for, and covered by images at least as far as `least_cover` says.
+void expect_preview(const json& group, int longest_side, double least_cover = 0.5) {
   ASSERT_TRUE(group.contains("preview")) << group.dump();
-  const std::string file = group["preview"]["file"];
-  int width = 0, height = 0, channels = 0;
-  stbi_uc* pixels = stbi_load(file.c_str(), &width, &height, &channels, 4);
-  ASSERT_NE(nullptr, pixels) << file;
-  EXPECT_EQ(group["preview"]["width"].get<int>(), width);
-  EXPECT_EQ(group["preview"]["height"].get<int>(), height);
-  EXPECT_LE(std::max(width, height), longest_side);
-  EXPECT_GE(std::max(width, height), longest_side - 1);
+  const rgba_image preview = read_rgba(group["preview"]["file"]);
+  EXPECT_EQ(group["preview"]["width"].get<int>(), preview.width);
+  EXPECT_EQ(group["preview"]["height"].get<int>(), preview.height);
+  EXPECT_LE(std::max(preview.width, preview.height), longest_side);
+  EXPECT_GE(std::max(preview.width, preview.height), longest_side - 1);
   std::size_t covered = 0;
-  for (int i = 0; i < width * height; ++i) covered += pixels[4 * i + 3] == 255;
-  stbi_image_free(pixels);
-  EXPECT_GT(static_cast<double>(covered) / (width * height), 0.5);
+  for (int i = 0; i < preview.width * preview.height; ++i) covered += preview.rgba[4 * i + 3] == 255;
+  EXPECT_GT(static_cast<double>(covered) / (preview.width * preview.height), least_cover);
 }
 
 TEST_F(Tool, without_images_it_aligns_the_built_in_scene_and_writes_every_output) {
@@ -197,10 +162,12 @@ TEST_F(Tool, a_group_reaching_far_up_is_drawn_and_exported_on_the_sphere) {
     camera.yaw_degrees = 10.0 * view;
     camera.pitch_degrees = 22.0 * view;
     const lacewright_tool::pixel_image image = lacewright_tool::render_scene_view(camera);
-    std::vector<uint8_t> rgb;
-    for (std::size_t i = 0; i < image.pixels.size(); i += 4) rgb.insert(rgb.end(), &image.pixels[i + 1], &image.pixels[i + 4]);
+    rgba_image picture{image.width, image.height, {}};
+    for (std::size_t i = 0; i < image.pixels.size(); i += 4) {
+      picture.rgba.insert(picture.rgba.end(), {image.pixels[i + 1], image.pixels[i + 2], image.pixels[i + 3], 255});
+    }
     const std::string path = in_folder("view" + std::to_string(view) + ".png");
-    ASSERT_TRUE(stbi_write_png(path.c_str(), image.width, image.height, 3, rgb.data(), 3 * image.width));
+    save_picture(path, picture);
     images += " " + path;
   }
   const outcome result = run("--quiet --type -1 --preview-size 300 --json " + in_folder("run.json") + " --preview " +
@@ -210,7 +177,9 @@ TEST_F(Tool, a_group_reaching_far_up_is_drawn_and_exported_on_the_sphere) {
   const json document = json::parse(slurp(in_folder("run.json")));
   expect_agreement(document, result.out);
   ASSERT_EQ(1u, document["groups"].size());
-  expect_preview(document["groups"][0], 300);
+  // Levelled, the column reaches the zenith, where it spreads across all
+  // longitudes of the sphere's picture.
+  expect_preview(document["groups"][0], 300, 0.3);
   for (const json& image : document["images"]) {
     EXPECT_EQ("spherical", image["transform"]["kind"]);
     EXPECT_NEAR(640.0, image["transform"]["focal_length"][0].get<double>(), 6.4);

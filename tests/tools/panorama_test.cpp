@@ -25,7 +25,7 @@ std::string align_set(const std::string& name, std::size_t& images, int32_t type
   plugin_session session(".");
   const auto paths = test_support::photograph_set(name);
   std::vector<pixel_image> pictures;
-  for (const auto& path : paths) pictures.push_back(read_image_file(path.string()));
+  for (const auto& path : paths) pictures.push_back(read_image_file(path.string()).picture);
   for (std::size_t i = 0; i < pictures.size(); ++i) session.add_image(pictures[i], paths[i].string());
   images = pictures.size();
   return session.align(type);

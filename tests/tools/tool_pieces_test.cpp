@@ -1,7 +1,7 @@
-// The tool's own pieces: EXIF turns, folder listing, the command line, the
-// rotation angles of its Hugin projects and its all-or-nothing outputs.
+// The tool's own pieces: the units of reduced copies, the placements and
+// their levelled horizon, folder listing, the command line, the rotation
+// angles of its Hugin projects and its all-or-nothing outputs.
 #include <gtest/gtest.h>
-#include <stb_image_write.h>
 
 #include <array>
 #include <cmath>
@@ -11,107 +11,170 @@
 #include <string>
 #include <vector>
 
+#include "mvg/rodrigues.h"
 #include "tools/command_line.h"
-#include "tools/exif_orientation.h"
+#include "tools/frame_scale.h"
 #include "tools/hugin_project.h"
-#include "tools/image_file.h"
 #include "tools/image_inputs.h"
+#include "tools/image_placement.h"
 #include "tools/output_files.h"
+#include "transforms/cylindrical_transform.h"
+#include "transforms/distort_transform.h"
 #include "transforms/square_to_quad.h"
 
 namespace {
 
 using namespace lacewright_tool;
 
-// A 3 x 2 image whose pixels are numbered 0 to 5 in their first byte.
-pixel_image numbered_image() {
-  pixel_image image;
-  image.width = 3;
-  image.height = 2;
-  image.pixels.assign(24, 0);
-  for (int i = 0; i < 6; ++i) image.pixels[4 * i] = static_cast<uint8_t>(i);
-  return image;
+TEST(FrameScale, puts_a_reduced_sample_at_the_middle_of_its_block) {
+  const frame_scale scale{2};  // samples are means of 4 x 4 blocks
+  EXPECT_EQ(4.0, scale.factor());
+  EXPECT_EQ((point{1.5, 1.5}), scale.to_given({0, 0}));
+  EXPECT_EQ((point{5.5, 9.5}), scale.to_given({1, 2}));
+  // The centre of a 600 x 450 frame is the centre of the 2400 x 1800 image.
+  EXPECT_EQ((point{1199.5, 899.5}), scale.to_given({299.5, 224.5}));
+  EXPECT_EQ(2000.0, scale.length_to_given(500.0));
+  const point p{123.25, -7.5};
+  const point back = scale.to_reduced(scale.to_given(p));
+  EXPECT_DOUBLE_EQ(p[0], back[0]);
+  EXPECT_DOUBLE_EQ(p[1], back[1]);
+  const point mapped = apply_homography(scale.to_given_map(), p);
+  EXPECT_DOUBLE_EQ(scale.to_given(p)[0], mapped[0]);
+  EXPECT_DOUBLE_EQ(scale.to_given(p)[1], mapped[1]);
+  const point returned = apply_homography(scale.to_reduced_map(), mapped);
+  EXPECT_DOUBLE_EQ(p[0], returned[0]);
+  EXPECT_DOUBLE_EQ(p[1], returned[1]);
 }
 
-int at(const pixel_image& image, int x, int y) { return image.pixels[4 * (y * image.width + x)]; }
-
-// An APP1 block with one orientation entry, in either byte order.
-std::vector<uint8_t> exif_block(int orientation, bool big_endian) {
-  const auto u16 = [&](std::vector<uint8_t>& out, int v) {
-    if (big_endian) out.insert(out.end(), {uint8_t(v >> 8), uint8_t(v)});
-    else out.insert(out.end(), {uint8_t(v), uint8_t(v >> 8)});
-  };
-  std::vector<uint8_t> tiff = big_endian ? std::vector<uint8_t>{'M', 'M'} : std::vector<uint8_t>{'I', 'I'};
-  u16(tiff, 42);
-  u16(tiff, big_endian ? 0 : 8);
-  u16(tiff, big_endian ? 8 : 0);
-  u16(tiff, 1);                 // one entry
-  u16(tiff, 0x0112);            // orientation
-  u16(tiff, 3);                 // short
-  u16(tiff, big_endian ? 0 : 1);
-  u16(tiff, big_endian ? 1 : 0);
-  u16(tiff, orientation);
-  u16(tiff, 0);
-  std::vector<uint8_t> block = {0xFF, 0xE1};
-  const std::size_t length = 2 + 6 + tiff.size();
-  block.insert(block.end(), {uint8_t(length >> 8), uint8_t(length)});
-  block.insert(block.end(), {'E', 'x', 'i', 'f', 0, 0});
-  block.insert(block.end(), tiff.begin(), tiff.end());
-  return block;
+TEST(FrameScale, is_found_from_the_sizes_that_truncating_halvings_leave) {
+  EXPECT_EQ(0, frame_scale::between(640, 480, 640, 480).level);
+  EXPECT_EQ(1, frame_scale::between(1620, 1080, 810, 540).level);
+  EXPECT_EQ(3, frame_scale::between(6000, 4500, 750, 562).level);
+  EXPECT_EQ(2, frame_scale::between(1601, 1603, 400, 400).level);
+  EXPECT_THROW(frame_scale::between(6000, 4500, 750, 563), std::invalid_argument);
+  EXPECT_THROW(frame_scale::between(640, 480, 480, 640), std::invalid_argument);
 }
 
-std::vector<uint8_t> jpeg_of(int width, int height, int orientation, bool big_endian) {
-  std::vector<uint8_t> plain;
-  const std::vector<uint8_t> samples(static_cast<std::size_t>(width) * height * 3, 128);
-  stbi_write_jpg_to_func([](void* context, void* data, int size) {
-    auto* out = static_cast<std::vector<uint8_t>*>(context);
-    out->insert(out->end(), static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
-  }, &plain, width, height, 3, samples.data(), 90);
-  std::vector<uint8_t> file(plain.begin(), plain.begin() + 2);
-  const std::vector<uint8_t> block = exif_block(orientation, big_endian);
-  file.insert(file.end(), block.begin(), block.end());
-  file.insert(file.end(), plain.begin() + 2, plain.end());
-  return file;
+constexpr matrix3 unit{1, 0, 0, 0, 1, 0, 0, 0, 1};
+
+input_image image_named(int width, int height, int level) {
+  return {"image", width, height, 1, frame_scale{level}};
 }
 
-TEST(ExifOrientation, is_read_in_both_byte_orders_and_is_1_for_anything_else) {
-  EXPECT_EQ(6, exif_orientation(jpeg_of(8, 4, 6, false)));
-  EXPECT_EQ(8, exif_orientation(jpeg_of(8, 4, 8, true)));
-  EXPECT_EQ(1, exif_orientation(jpeg_of(8, 4, 9, false)));
-  std::vector<uint8_t> cut = jpeg_of(8, 4, 6, false);
-  cut.resize(20);
-  EXPECT_EQ(1, exif_orientation(cut));
-  EXPECT_EQ(1, exif_orientation(std::vector<uint8_t>{0x89, 'P', 'N', 'G'}));
-}
-
-TEST(ExifOrientation, turns_the_picture_the_way_viewers_show_it) {
-  const pixel_image image = numbered_image();
-  // Where the source's top-left pixel (0) is shown, and the shown size.
-  const std::array<std::array<int, 4>, 9> expected = {{
-      {0, 0, 0, 0}, {0, 0, 3, 2}, {2, 0, 3, 2}, {2, 1, 3, 2}, {0, 1, 3, 2},
-      {0, 0, 2, 3}, {1, 0, 2, 3}, {1, 2, 2, 3}, {0, 2, 2, 3}}};
-  for (int orientation = 1; orientation <= 8; ++orientation) {
-    SCOPED_TRACE(orientation);
-    const pixel_image shown = oriented(image, orientation);
-    ASSERT_EQ(expected[orientation][2], shown.width);
-    ASSERT_EQ(expected[orientation][3], shown.height);
-    EXPECT_EQ(0, at(shown, expected[orientation][0], expected[orientation][1]));
-    // Each turn is undone by its inverse: 6 and 8 undo each other, the
-    // others themselves.
-    const int inverse = orientation == 6 ? 8 : orientation == 8 ? 6 : orientation;
-    EXPECT_EQ(image.pixels, oriented(shown, inverse).pixels);
+// One group of `transforms` with sheet 0 as its reference.
+void add_group(alignment& run, int32_t type, std::vector<std::unique_ptr<PixelTransform>> transforms) {
+  MultiViewParams& results = run.results;
+  results.groupCount.push_back(static_cast<int32_t>(transforms.size()));
+  results.refSheetID.push_back(0);
+  results.transformType.push_back(type);
+  results.connectivity.push_back({});
+  for (auto& transform : transforms) {
+    results.sheetID.push_back(static_cast<int32_t>(results.sheetID.size()));
+    results.renderable.push_back(true);
+    results.transforms.push_back(std::move(transform));
   }
+  run.cameras.resize(results.sheetID.size());
 }
 
-TEST(ExifOrientation, a_turned_jpeg_is_read_with_its_sides_swapped) {
-  const auto path = std::filesystem::temp_directory_path() / ("lacewright_exif_" + std::to_string(::getpid()) + ".jpg");
-  const std::vector<uint8_t> bytes = jpeg_of(8, 4, 6, false);
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  const pixel_image image = read_image_file(path.string());
-  std::filesystem::remove(path);
-  EXPECT_EQ(4, image.width);
-  EXPECT_EQ(8, image.height);
-  EXPECT_EQ(6, image.orientation);
+TEST(Placement, maps_planar_images_between_pixels_as_given) {
+  // Frames 2 and 4 times smaller than the images; in frame pixels the
+  // second frame lies shifted by (40, 10) on the reference frame.
+  alignment run;
+  run.images = {image_named(2400, 1800, 2), image_named(4800, 3600, 3)};
+  std::vector<std::unique_ptr<PixelTransform>> transforms;
+  transforms.push_back(nullptr);
+  const double rect[4] = {0, 0, 450, 600}, quad[8] = {40, 10, 640, 10, 640, 460, 40, 460};
+  transforms.push_back(std::make_unique<DistortTransform>(rect, quad));
+  add_group(run, 0, std::move(transforms));
+  const group_layout layout = lay_out_group(run, groups_of(run.results)[0], true);
+  const auto& plane = std::get<plane_placement>(layout.placements[1]);
+  for (const point frame_point : {point{0, 0}, point{599, 449}, point{123.5, 77.25}}) {
+    const point expected = frame_scale{2}.to_given({frame_point[0] + 40, frame_point[1] + 10});
+    const point mapped = plane.to_output(frame_scale{3}.to_given(frame_point));
+    EXPECT_NEAR(expected[0], mapped[0], 1e-9);
+    EXPECT_NEAR(expected[1], mapped[1], 1e-9);
+  }
+  EXPECT_FALSE(layout.levelled);
+}
+
+matrix3 turn(double x_degrees, double y_degrees, double z_degrees) {
+  const double vector[3] = {x_degrees * M_PI / 180, y_degrees * M_PI / 180, z_degrees * M_PI / 180};
+  matrix3 r;
+  rodrigues(vector, r.data());
+  return r;
+}
+
+matrix3 times(const matrix3& a, const matrix3& b) {
+  matrix3 out{};
+  for (int r = 0; r < 3; ++r) {
+    for (int c = 0; c < 3; ++c) {
+      for (int k = 0; k < 3; ++k) out[3 * r + c] += a[3 * r + k] * b[3 * k + c];
+    }
+  }
+  return out;
+}
+
+matrix3 transposed(const matrix3& m) { return {m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8]}; }
+
+TEST(Placement, levels_the_horizon_of_a_sweep_about_a_leaning_axis) {
+  // A sweep of five views 20 degrees apart, each pitched up 12 degrees. The
+  // engine keeps the first camera's axes, in which the sweep's axis leans
+  // and the other views seem rolled; levelled, every view has the pitch it
+  // was taken with and no roll, and the turns between views stay.
+  std::vector<matrix3> world;
+  for (int k = 0; k < 5; ++k) world.push_back(rotation_of({20.0 * k - 40.0, 12.0, 0.0}));
+  alignment run;
+  std::vector<std::unique_ptr<PixelTransform>> transforms;
+  for (int k = 0; k < 5; ++k) {
+    run.images.push_back(image_named(640, 480, 0));
+    SimpleCameraParameters camera;
+    camera.focal_length()[0] = camera.focal_length()[1] = 500.0;
+    camera.image_center()[0] = 319.5;
+    camera.image_center()[1] = 239.5;
+    const matrix3 in_reference = times(transposed(world[0]), world[static_cast<std::size_t>(k)]);
+    transforms.push_back(
+        std::make_unique<CylindricalTransform>(camera, in_reference.data(), 500.0, 500.0, 0.0, 320.0, 240.0));
+  }
+  add_group(run, 1, std::move(transforms));
+  const result_group group = groups_of(run.results)[0];
+
+  const group_layout levelled = lay_out_group(run, group, true);
+  EXPECT_TRUE(levelled.levelled);
+  std::vector<std::array<double, 3>> angles;
+  for (const image_placement& placement : levelled.placements) {
+    const turned_placement& p = std::get<turned_placement>(placement);
+    angles.push_back(yaw_pitch_roll(times(rotation_of({-p.middle * 180 / M_PI, 0, 0}), p.camera.rotation)));
+  }
+  for (std::size_t k = 0; k < 5; ++k) {
+    EXPECT_NEAR(12.0, angles[k][1], 1e-6) << k;
+    EXPECT_NEAR(0.0, angles[k][2], 1e-6) << k;
+    if (k > 0) {
+      EXPECT_NEAR(20.0, angles[k][0] - angles[k - 1][0], 1e-6) << k;
+    }
+  }
+  EXPECT_NEAR(0.0, angles[0][0] + angles[4][0], 1e-6);  // the middle of the sweep looks ahead
+
+  const group_layout kept = lay_out_group(run, group, false);
+  EXPECT_FALSE(kept.levelled);
+  EXPECT_EQ(levelled.level, kept.level);  // fitted all the same, for the JSON
+  const turned_placement& reference = std::get<turned_placement>(kept.placements[0]);
+  EXPECT_NEAR(0.0, yaw_pitch_roll(reference.camera.rotation)[1], 1e-9);
+}
+
+TEST(Placement, leaves_a_column_of_views_unlevelled) {
+  // Views that turn only up and down share their x axis: no vertical can be
+  // told from them, so the reference camera's axes stay.
+  alignment run;
+  std::vector<std::unique_ptr<PixelTransform>> transforms;
+  for (int k = 0; k < 3; ++k) {
+    run.images.push_back(image_named(640, 480, 0));
+    SimpleCameraParameters camera;
+    camera.focal_length()[0] = camera.focal_length()[1] = 500.0;
+    const matrix3 r = turn(-25.0 * k, 0.0, 0.0);
+    transforms.push_back(std::make_unique<CylindricalTransform>(camera, r.data(), 500.0, 500.0, 0.0, 0.0, 0.0));
+  }
+  add_group(run, 1, std::move(transforms));
+  EXPECT_EQ(unit, lay_out_group(run, groups_of(run.results)[0], true).level);
 }
 
 TEST(ImageInputs, folders_give_their_image_files_in_name_order_and_files_stay_as_given) {
