@@ -42,8 +42,8 @@ stored_image as_stored(const input_image& image, const turned_camera& c) {
   const double dx = c.centre[0] - (w - 1) / 2, dy = c.centre[1] - (h - 1) / 2;
   switch (image.orientation) {
     case 3: return {w, h, c.focal[0], -dx, -dy, 180.0};
-    case 6: return {h, w, c.focal[1], dy, -dx, -90.0};
-    case 8: return {h, w, c.focal[1], -dy, dx, 90.0};
+    case 6: return {h, w, c.focal[1], dy, -dx, 90.0};
+    case 8: return {h, w, c.focal[1], -dy, dx, -90.0};
     default: return {w, h, c.focal[0], dx, dy, 0.0};
   }
 }

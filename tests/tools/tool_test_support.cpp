@@ -96,27 +96,17 @@ rgba_image read_rgba(const std::string& path) {
   return out;
 }
 
-void save_resized(const std::string& source, const std::string& path, int width, int height,
-                  const std::string& options) {
+std::vector<std::string> enlarged_set(const std::string& set, const std::filesystem::path& folder, int width,
+                                      int height, int orientation) {
   lacewright_tool::start_libvips();
-  const VImage image = VImage::new_from_file(source.c_str());
-  const VImage resized =
-      image.resize(static_cast<double>(width) / image.width(),
-                   VImage::option()->set("vscale", static_cast<double>(height) / image.height()));
-  resized.write_to_file((path + options).c_str());
-}
-
-std::vector<std::string> enlarged_set(const std::string& set, const std::filesystem::path& folder, double factor,
-                                      int width, int height) {
   std::vector<std::string> paths;
   std::filesystem::create_directories(folder);
   for (const auto& source : test_support::photograph_set(set)) {
-    lacewright_tool::start_libvips();
-    const VImage header = VImage::new_from_file(source.c_str());
-    const int w = width > 0 ? width : static_cast<int>(std::lround(header.width() * factor));
-    const int h = height > 0 ? height : static_cast<int>(std::lround(header.height() * factor));
+    const VImage image = VImage::new_from_file(source.c_str());
+    const VImage resized = image.resize(static_cast<double>(width) / image.width(),
+                                        VImage::option()->set("vscale", static_cast<double>(height) / image.height()));
     const std::string path = (folder / (source.stem().string() + ".jpg")).string();
-    save_resized(source.string(), path, w, h, "[Q=92]");
+    save(resized.extract_band(0, VImage::option()->set("n", 3)), path, orientation, "[Q=92]");
     paths.push_back(path);
   }
   return paths;

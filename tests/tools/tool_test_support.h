@@ -56,13 +56,9 @@ void save_grey(const std::string& path, const test_support::grey_image& picture,
 
 rgba_image read_rgba(const std::string& path);
 
-// The file `source` resized to `width` by `height` and saved as `path`.
-void save_resized(const std::string& source, const std::string& path, int width, int height,
-                  const std::string& options = "");
-
-// The images of a shared set enlarged by `factor` (or to exactly `width`
-// by `height` when given) into `folder`, as JPEG files; their paths.
-std::vector<std::string> enlarged_set(const std::string& set, const std::filesystem::path& folder, double factor,
-                                      int width = 0, int height = 0);
+// The images of a shared set enlarged to `width` by `height` pixels into
+// `folder`, as JPEG files stored with the EXIF `orientation`; their paths.
+std::vector<std::string> enlarged_set(const std::string& set, const std::filesystem::path& folder, int width,
+                                      int height, int orientation = 1);
 
 }  // namespace tool_test
