@@ -1,6 +1,8 @@
 // lacewright: aligns overlapping photographs from the command line.
+#include <omp.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -37,22 +39,44 @@ void check_count(std::size_t count) {
   }
 }
 
-// Reads and hands in every image; keeps the pictures only when a preview
-// will be drawn from them.
+// Decodes `files` on the run's threads, each file on one; throws the first
+// file's failure in the order given, so that the sentence does not depend
+// on the threads.
+std::vector<image_file> read_images(const std::vector<std::string>& files, std::size_t& done,
+                                    progress_display& progress) {
+  std::vector<image_file> images(files.size());
+  std::vector<std::string> failures(files.size());
+#pragma omp parallel for schedule(dynamic, 1)
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    try {
+      images[i] = read_image_file(files[i]);
+    } catch (const image_file_error& error) {
+      failures[i] = error.what();
+    }
+#pragma omp critical(reading_progress)
+    progress.advance(++done);
+  }
+  for (const std::string& failure : failures) {
+    if (!failure.empty()) throw tool_error(failure, exit_unreadable_input);
+  }
+  return images;
+}
+
+// Reads and hands in every image, in the order given; keeps the pictures
+// only when a preview will be drawn from them. Files are decoded a few at a
+// time in parallel, so that at most those few wait in memory.
 std::vector<image_file> add_images(engine_alignment& engine, const std::vector<std::string>& files, bool keep,
                                    progress_display& progress) {
   std::vector<image_file> kept;
   progress.stage("reading", files.size());
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    image_file image;
-    try {
-      image = read_image_file(files[i]);
-    } catch (const image_file_error& error) {
-      throw tool_error(error.what(), exit_unreadable_input);
+  const auto batch = static_cast<std::size_t>(2 * omp_get_max_threads());
+  std::size_t done = 0;
+  for (std::size_t first = 0; first < files.size(); first += batch) {
+    const std::vector<std::string> some(files.begin() + first, files.begin() + std::min(files.size(), first + batch));
+    for (image_file& image : read_images(some, done, progress)) {
+      engine.add_image(image);
+      if (keep) kept.push_back(std::move(image));
     }
-    engine.add_image(image);
-    if (keep) kept.push_back(std::move(image));
-    progress.advance(i + 1);
   }
   return kept;
 }
