@@ -31,9 +31,10 @@ std::size_t position_of(const std::vector<uint64_t>& frame_ids, uint64_t id, std
 
 }  // namespace
 
-void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& preferred,
-                         const pair_table<h_matrix_2d>& pair_motions, const pair_table<bool>& pair_set,
-                         const pair_table<rotation_pair>& pair_rotations, const pair_table<bool>& rotation_set) {
+void run_automatic_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
+                         const std::vector<bool>& preferred, const pair_table<h_matrix_2d>& pair_motions,
+                         const pair_table<bool>& pair_set, const pair_table<rotation_pair>& pair_rotations,
+                         const pair_table<bool>& rotation_set) {
   nview_manager planar_graph(aligner.features, aligner.pairs, pair_set);
   nview_manager rotation_graph(aligner.features, aligner.pairs, rotation_set);
   const std::vector<h_matrix_2d> homographies =
@@ -60,7 +61,7 @@ void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& pre
           ChooseReference(aligner, preferred, turning.reference_position, turning.frame_ids);
       if (!(limit > rotation_spread(turning))) {
         const view_graph& graph = rotation_graph.get_component_graph(r);
-        aligner.AlignGroupRotation(turning, graph, 0);
+        aligner.AlignGroupRotation(turning, graph, rects, 0);
         continue;
       }
       // Too little turn: planar, about the rotation component's reference.
@@ -69,6 +70,6 @@ void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& pre
     } else {
       planar.reference_position = ChooseReference(aligner, preferred, planar.reference_position, planar.frame_ids);
     }
-    aligner.AlignGroupPlanar(planar);
+    aligner.AlignGroupPlanar(planar, rects);
   }
 }

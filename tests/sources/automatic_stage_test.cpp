@@ -29,7 +29,6 @@ struct tables {
       aligner.features.push_back(frame);
       aligner.sheet_ids.push_back(static_cast<int32_t>(10 + i));
       aligner.reduction_levels.push_back(0);
-      aligner.frame_rects.push_back(FrameRect{0, 0, 300, 400});
     }
     aligner.frame_count = n;
     aligner.pairs = make_pair_table<pair_matches_ptr>(n);
@@ -62,7 +61,10 @@ struct tables {
     rotations[i][j - i - 1] = {lens, lens, {std::cos(a), 0, std::sin(a), 0, 1, 0, -std::sin(a), 0, std::cos(a)}};
   }
 
-  void run() { run_automatic_stage(aligner, std::vector<bool>(aligner.frame_count, false), motions, planar, rotations, turning); }
+  void run() {
+    run_automatic_stage(aligner, std::vector<FrameRect>(aligner.frame_count, FrameRect{0, 0, 300, 400}),
+                        std::vector<bool>(aligner.frame_count, false), motions, planar, rotations, turning);
+  }
 };
 
 TEST(AutomaticStage, a_turn_below_the_limit_stays_planar_and_one_above_it_turns) {

@@ -40,7 +40,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
   run r;
   r.aligner.sheet_ids = {7};
   r.aligner.reduction_levels = {0};
-  r.aligner.frame_rects = {FrameRect{0, 0, 300, 400}};
+  const std::vector<FrameRect> rects = {FrameRect{0, 0, 300, 400}};
   component_record<rotation_motion> group;
   group.frames.push_back(new frame_features);
   group.frame_ids = {0};
@@ -50,7 +50,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
   EXPECT_THROW(
       {
         try {
-          r.aligner.AlignGroupRotation(group, graph, 3);
+          r.aligner.AlignGroupRotation(group, graph, rects, 3);
         } catch (const std::runtime_error& error) {
           EXPECT_STREQ("MultiViewAligner::AlignGroupRotation(): unknown input mode", error.what());
           throw;
@@ -59,7 +59,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
       std::runtime_error);
   EXPECT_TRUE(r.params.connectivity.empty());  // nothing appended before the check
 
-  r.aligner.AlignGroupRotation(group, graph, 2);
+  r.aligner.AlignGroupRotation(group, graph, rects, 2);
   EXPECT_EQ(std::vector<int32_t>{1}, r.params.groupCount);
   EXPECT_EQ(std::vector<int32_t>{7}, r.params.refSheetID);
   EXPECT_EQ(std::vector<int32_t>{1}, r.params.transformType);  // cylindrical whatever the mode
