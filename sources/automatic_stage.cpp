@@ -29,6 +29,19 @@ std::size_t position_of(const std::vector<uint64_t>& frame_ids, uint64_t id, std
   return found == frame_ids.end() ? otherwise : static_cast<std::size_t>(found - frame_ids.begin());
 }
 
+// The reference of a planar component that turned too little: the rotation
+// component's reference position, carried over as a position in the planar
+// component's own list. The rotation component can hold more frames than
+// the planar one, and its position can then lie beyond the planar list;
+// there the rotation component's reference frame is looked up in the
+// planar list instead, and where it is not in it either, the planar
+// component keeps its own reference.
+std::size_t carried_reference(const component_record<rotation_motion>& turning,
+                              const component_record<h_matrix_2d>& planar) {
+  if (turning.reference_position < planar.frame_ids.size()) return turning.reference_position;
+  return position_of(planar.frame_ids, turning.frame_ids[turning.reference_position], planar.reference_position);
+}
+
 }  // namespace
 
 void run_automatic_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
@@ -64,9 +77,7 @@ void run_automatic_stage(MultiViewAligner& aligner, const std::vector<FrameRect>
         aligner.AlignGroupRotation(turning, graph, rects, 0);
         continue;
       }
-      // Too little turn: planar, about the rotation component's reference.
-      planar.reference_position = position_of(
-          planar.frame_ids, turning.frame_ids[turning.reference_position], planar.reference_position);
+      planar.reference_position = carried_reference(turning, planar);
     } else {
       planar.reference_position = ChooseReference(aligner, preferred, planar.reference_position, planar.frame_ids);
     }

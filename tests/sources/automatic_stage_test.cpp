@@ -91,6 +91,19 @@ TEST(AutomaticStage, a_planar_component_over_two_rotation_components_is_planar) 
   EXPECT_EQ(std::vector<int32_t>{3}, set.params.groupCount);
 }
 
+TEST(AutomaticStage, a_planar_group_takes_the_rotation_components_reference_position_as_its_own) {
+  // Planar components {0} and {1, 2} of the rotation component {0, 1, 2},
+  // whose reference is at position 1 (frame 1, the centre).
+  tables set(3);
+  set.link(0, 1, false, true, 10.0);
+  set.link(1, 2, true, true, 10.0);
+  set.run();
+  EXPECT_EQ((std::vector<int32_t>{1, 2}), set.params.groupCount);
+  // {0}: position 1 lies beyond its list, and frame 1 is not in it, so its
+  // own reference stays; {1, 2}: position 1 is frame 2.
+  EXPECT_EQ((std::vector<int32_t>{10, 12}), set.params.refSheetID);
+}
+
 TEST(AutomaticStage, rotation_linked_frames_without_a_homography_link_are_reported_twice) {
   tables set(2);
   set.link(0, 1, false, true, 50.0);
