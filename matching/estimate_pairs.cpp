@@ -63,7 +63,8 @@ bool explain_as_rotation(const MultiViewAligner& aligner, const pair_matches& pa
   const image_point centre_j{pair.second->center_x, pair.second->center_y};
   const pair_rotation_model model(motion, centre_i, centre_j);
   if (model.failed) return false;
-  // Frame j is held at the unit rotation: its points come first.
+  // Frame j is the first image, which the robust refinement holds at the
+  // unit rotation.
   std::vector<point_match> matches;
   std::vector<uint8_t> inliers;
   for (std::size_t m = 0; m < pair.matches.size(); ++m) {

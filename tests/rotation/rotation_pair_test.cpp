@@ -144,4 +144,32 @@ TEST(RefineRotationPair, recovers_focal_lengths_and_rotation_from_noisy_matches_
   }
 }
 
+TEST(RefineRotationPair, the_plain_path_holds_the_second_image_fixed_and_gives_it_first) {
+  std::srand(4);
+  const synthetic_pair pair = make_pair(300, 0.5, 0.3, 5);
+  const rotation_search search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+  ASSERT_FALSE(search.failed);
+  rotation_estimate plain = search.best;
+  lens_record plain_1, plain_2;
+  ASSERT_TRUE(refine_rotation_pair(pair.matches, search.inliers, pair.centre_1, pair.centre_2, {false, 2.0}, plain,
+                                   plain_1, plain_2));
+
+  // The same as the robust path on the pair the other way round, with a
+  // radius that no residual reaches: that path holds its first image fixed.
+  std::vector<point_match> reversed;
+  for (const point_match& match : pair.matches) reversed.push_back({match.second, match.first});
+  rotation_estimate other{search.best.focal_2, search.best.focal_1, {}};
+  transpose_3x3(search.best.rotation.data(), other.rotation.data());
+  lens_record other_1, other_2;
+  ASSERT_TRUE(refine_rotation_pair(reversed, search.inliers, pair.centre_2, pair.centre_1, {true, 1e300}, other,
+                                   other_1, other_2));
+  EXPECT_EQ(other.focal_2, plain.focal_1);
+  EXPECT_EQ(other.focal_1, plain.focal_2);
+  std::array<double, 9> back;
+  transpose_3x3(other.rotation.data(), back.data());
+  EXPECT_EQ(back, plain.rotation);
+  EXPECT_EQ(other_2, plain_1);
+  EXPECT_EQ(other_1, plain_2);
+}
+
 }  // namespace
