@@ -40,19 +40,22 @@ void adopt(const Adjuster& adjusted, group_cameras& cameras, track_scene& points
 // camera's frame, which is the group's world frame. The points go in as
 // the start and come out adjusted.
 void adjust_plain(std::size_t reference, group_cameras& cameras, track_scene& points) {
-  const sparse_bundle_adjuster<motion_control_rotation> adjusted(
-      mean_lens(cameras.lenses, focal_only), cameras_for<motion_control_rotation>(cameras, reference, focal_only, 0.0),
-      reference, points.points, points.observations);
+  const auto start = cameras_for<motion_control_rotation>(cameras, reference, focal_only, 0.0);
+  if (!start) return;
+  const sparse_bundle_adjuster<motion_control_rotation> adjusted(mean_lens(cameras.lenses, focal_only), *start,
+                                                                 reference, points.points, points.observations);
   if (!adjusted.failed) adopt(adjusted, cameras, points);
 }
 
 // The first stage with robust residuals; false when it failed.
 bool adjust_robust(const camera_refinement_options& options, std::size_t reference, group_cameras& cameras,
                    track_scene& points) {
+  const auto start =
+      cameras_for<robust_motion_control_rotation>(cameras, reference, focal_only, options.group_rotation_threshold);
+  if (!start) return false;
   const sparse_bundle_adjuster2<robust_motion_control_rotation> adjusted(
-      mean_lens(cameras.lenses, focal_only),
-      cameras_for<robust_motion_control_rotation>(cameras, reference, focal_only, options.group_rotation_threshold),
-      points.points, {}, points.observations, std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
+      mean_lens(cameras.lenses, focal_only), *start, points.points, {}, points.observations,
+      std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
   if (adjusted.failed) return false;
   adopt(adjusted, cameras, points);
   return true;
@@ -63,10 +66,12 @@ bool adjust_robust(const camera_refinement_options& options, std::size_t referen
 void fit_distortion(const camera_refinement_options& options, const track_scene& points, std::size_t reference,
                     group_cameras& cameras) {
   const int32_t mode = options.lens_option_a ? (options.lens_option_b ? 29 : 11) : (options.lens_option_b ? 27 : 17);
+  const auto start =
+      cameras_for<motion_control_rotation_distorted>(cameras, reference, mode, options.group_rotation_threshold);
+  if (!start) return;
   const sparse_bundle_adjuster2<motion_control_rotation_distorted> adjusted(
-      mean_lens(cameras.lenses, mode),
-      cameras_for<motion_control_rotation_distorted>(cameras, reference, mode, options.group_rotation_threshold),
-      points.points, {}, points.observations, std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
+      mean_lens(cameras.lenses, mode), *start, points.points, {}, points.observations,
+      std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
   if (adjusted.failed) return;
   for (const auto& camera : adjusted.cameras) {
     if (!(std::fabs(camera.k1) <= options.max_lens_parameter_a && std::fabs(camera.k2) <= options.max_lens_parameter_b)) {

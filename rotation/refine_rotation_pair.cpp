@@ -1,10 +1,11 @@
 #include "rotation/refine_rotation_pair.h"
 
 #include <array>
-#include <stdexcept>
+#include <optional>
 
 #include "mvg/matrix_3x3.h"
 #include "mvg/rodrigues.h"
+#include "rotation/camera_refusal.h"
 #include "rotation/rotation_camera.h"
 #include "rotation/spherical_position.h"
 #include "solvers/bundle_adjuster.h"
@@ -92,13 +93,14 @@ bool refine_rotation_pair(const std::vector<point_match>& matches, const std::ve
                           const image_point& centre_1, const image_point& centre_2,
                           const rotation_refinement& options, rotation_estimate& estimate, lens_record& lens_1,
                           lens_record& lens_2) {
-  try {
+  // An estimate that is no rotation, or a camera that cannot be made, is a
+  // failed refinement.
+  const std::optional<bool> refined = unless_refused([&] {
     if (options.robust) {
       return refine_with<robust_motion_control_rotation>(matches, inliers, centre_1, centre_2,
                                                          options.robust_threshold, estimate, lens_1, lens_2);
     }
     return refine_plain(matches, inliers, centre_1, centre_2, estimate, lens_1, lens_2);
-  } catch (const std::runtime_error&) {
-    return false;  // rodrigues_inv: the estimate is no rotation
-  }
+  });
+  return refined.value_or(false);
 }

@@ -16,6 +16,7 @@
 #include "rotation/rotation_ransac.h"
 #include "rotation/subset_sampler.h"
 #include "rotation/three_point_rotation.h"
+#include "tests/mvg/allocation_counter.h"
 
 namespace {
 
@@ -142,6 +143,25 @@ TEST(RefineRotationPair, recovers_focal_lengths_and_rotation_from_noisy_matches_
     EXPECT_EQ(estimate.focal_2, lens_2.fy);
     EXPECT_EQ(pair.centre_2[0], lens_2.cx);
   }
+}
+
+TEST(RefineRotationPair, an_estimate_that_is_no_rotation_fails_and_an_allocation_failure_leaves_it) {
+  const synthetic_pair pair = make_pair(60, 0.2, 0.0, 6);
+  const std::vector<uint8_t> inliers(pair.matches.size(), 1);
+  lens_record lens_1{}, lens_2{};
+  rotation_estimate twice{pair.focal_1, pair.focal_2, {2, 0, 0, 0, 2, 0, 0, 0, 2}};
+  EXPECT_FALSE(refine_rotation_pair(pair.matches, inliers, pair.centre_1, pair.centre_2, {true, 2.0}, twice, lens_1,
+                                    lens_2));
+  EXPECT_EQ(2.0, twice.rotation[0]);  // left as it was
+  EXPECT_EQ(0.0, lens_1.fx);
+
+  rotation_estimate truth{pair.focal_1, pair.focal_2, pair.rotation};
+  EXPECT_THROW(
+      {
+        const test_support::failing_allocations failing(0);
+        refine_rotation_pair(pair.matches, inliers, pair.centre_1, pair.centre_2, {true, 2.0}, truth, lens_1, lens_2);
+      },
+      std::bad_alloc);
 }
 
 TEST(RefineRotationPair, the_plain_path_holds_the_second_image_fixed_and_gives_it_first) {
