@@ -32,14 +32,19 @@ void difference_plane(const float_image& upper, const float_image& lower, float 
 }
 
 // Extrema of one level of differences, row by row, into the candidate list
-// until it is full. `columns` has room for a row.
+// until it is full. A row is searched a stretch of columns at a time, so
+// that the columns found fit on the stack.
 void find_candidates(const float* below, const float* here, const float* above, std::size_t w, std::size_t h,
-                     uint32_t level, float threshold, uint32_t* columns, vector_slot<sift_candidate>& candidates) {
+                     uint32_t level, float threshold, vector_slot<sift_candidate>& candidates) {
+  constexpr std::size_t stretch = 64;
+  uint32_t columns[stretch];
   for (std::size_t y = 1; y + 1 < h; ++y) {
-    const std::size_t found = extrema_in_row(below, here, above, w, y, threshold, columns);
-    for (std::size_t k = 0; k < found; ++k) {
-      if (candidates.size() == candidates.capacity()) return;  // the work area is full
-      candidates.push_back({static_cast<uint32_t>(y * w + columns[k]), level});
+    for (std::size_t first = 0; first < w; first += stretch) {
+      const std::size_t found = extrema_in_row(below, here, above, w, y, {first, first + stretch}, threshold, columns);
+      for (std::size_t k = 0; k < found; ++k) {
+        if (candidates.size() == candidates.capacity()) return;  // the work area is full
+        candidates.push_back({static_cast<uint32_t>(y * w + columns[k]), level});
+      }
     }
   }
 }
@@ -56,14 +61,12 @@ void detect_octave(scale_space& record, uint64_t octave, const detection_limits&
   float* differences[3] = {record.work_image_a.samples, record.work_image_b.samples, record.work_image_c.samples};
   const auto w = static_cast<std::size_t>(planes.width()), h = static_cast<std::size_t>(planes.height());
   record.candidate_list.clear();
-  std::vector<uint32_t> row_extrema(w);
-  uint32_t* const columns = row_extrema.data();
   difference_plane(planes.level(1), planes.level(0), planes.gain(0), differences[0]);
   difference_plane(planes.level(2), planes.level(1), planes.gain(1), differences[1]);
   for (uint64_t l = 1; l <= limits.levels; ++l) {
     difference_plane(planes.level(l + 2), planes.level(l + 1), planes.gain(l + 1), differences[2]);
     find_candidates(differences[0], differences[1], differences[2], w, h, static_cast<uint32_t>(l),
-                    candidate_share * limits.contrast, columns, record.candidate_list);
+                    candidate_share * limits.contrast, record.candidate_list);
     std::rotate(differences, differences + 1, differences + 3);
   }
 
