@@ -125,12 +125,25 @@ TEST(RotationRansac, exact_samples_ties_and_too_few_matches) {
   EXPECT_TRUE(rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0).failed);
 }
 
+// A pair of noisy matches with 30 per cent of outliers, and what the search
+// makes of it.
+struct searched_pair {
+  synthetic_pair pair;
+  rotation_search search;
+};
+
+searched_pair noisy_searched_pair() {
+  std::srand(4);
+  searched_pair searched{make_pair(300, 0.5, 0.3, 5), {}};
+  const synthetic_pair& pair = searched.pair;
+  searched.search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+  return searched;
+}
+
 TEST(RefineRotationPair, recovers_focal_lengths_and_rotation_from_noisy_matches_with_outliers) {
   for (const bool robust : {true, false}) {
     SCOPED_TRACE(robust);
-    std::srand(4);
-    const synthetic_pair pair = make_pair(300, 0.5, 0.3, 5);
-    const rotation_search search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+    const auto [pair, search] = noisy_searched_pair();
     ASSERT_FALSE(search.failed);
     rotation_estimate estimate = search.best;
     lens_record lens_1, lens_2;
@@ -165,9 +178,7 @@ TEST(RefineRotationPair, an_estimate_that_is_no_rotation_fails_and_an_allocation
 }
 
 TEST(RefineRotationPair, the_plain_path_holds_the_second_image_fixed_and_gives_it_first) {
-  std::srand(4);
-  const synthetic_pair pair = make_pair(300, 0.5, 0.3, 5);
-  const rotation_search search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+  const auto [pair, search] = noisy_searched_pair();
   ASSERT_FALSE(search.failed);
   rotation_estimate plain = search.best;
   lens_record plain_1, plain_2;
