@@ -64,7 +64,8 @@ stage_times align(const std::vector<grey_image>& images, int& group_count) {
   estimate_rotation_pairs(aligner, rotations, connected);
   times.pairs = milliseconds_since(start);
   start = clock_type::now();
-  run_rotation_stage(aligner, std::vector<bool>(frames.size(), false), rotations, connected);
+  run_rotation_stage(aligner, std::vector<FrameRect>(frames.size(), first), std::vector<bool>(frames.size(), false),
+                     rotations, connected);
   times.groups = milliseconds_since(start);
   group_count = static_cast<int>(params.groupCount.size());
   return times;

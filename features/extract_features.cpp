@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "features/frame_features.h"
+#include "features/pointer_check.h"
 #include "features/scale_space.h"
 #include "host/host_suites.h"
 #include "sources/multi_view_aligner.h"
@@ -22,8 +23,11 @@ void build_pyramid(std::vector<scale_space>& batch, const AlignFrame& frame) {
   build_scale_space(record);
 }
 
+// The frame's record with room for its features; null only if it could
+// not be made, which is then reported.
 frame_features_ptr make_frame_features(MultiViewAligner& aligner, const AlignFrame& frame, std::size_t count) {
   frame_features_ptr made(new frame_features);
+  if (!pointer_present(made.get())) return made;
   made->frame_position = aligner.frame_count;
   made->width = frame.width;
   made->height = frame.height;
@@ -51,6 +55,10 @@ void extract_run(MultiViewAligner& aligner, const AlignFrame* frames, std::size_
   std::vector<feature_record*> first_records;
   for (std::size_t i = 0; i < count; ++i) {
     frame_features_ptr made = make_frame_features(aligner, frames[i], feature_count(batch[i]));
+    if (!made) {
+      first_records.push_back(nullptr);  // the job describes nothing for it
+      continue;
+    }
     first_records.push_back(made->features.empty() ? nullptr : made->features.data());
     run.push_back(made);
     append_frame(aligner, frames[i], std::move(made));

@@ -29,8 +29,8 @@ class aligned_floats {
 };
 
 // `half` copies of the first sample, the samples, and taps - half - 1 copies
-// of the last: the line that a filter of `taps` taps walks for `count`
-// outputs. Samples are `step` bytes apart.
+// of the last (none for no taps): the line that a filter of `taps` taps
+// walks for `count` outputs. Samples are `step` bytes apart.
 void fill_line(float* line, const float* samples, std::size_t step, std::size_t count, std::size_t taps,
                std::size_t half) {
   if (step == sizeof(float)) {
@@ -39,7 +39,7 @@ void fill_line(float* line, const float* samples, std::size_t step, std::size_t 
     for (std::size_t i = 0; i < count; ++i) line[half + i] = *row_at(samples, i, step);
   }
   std::fill_n(line, half, line[half]);
-  std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
+  if (taps > half) std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
 }
 
 void convolve_plain(const float* line, std::size_t count, const float* taps, std::size_t tap_count, float* out) {
@@ -110,7 +110,7 @@ void separable_filter_host(const float* source, std::size_t width, std::size_t h
 void separable_filter_plain(const float* source, std::size_t width, std::size_t height,
                             std::size_t source_row_bytes, const float* taps, std::size_t tap_count,
                             std::size_t half, float* destination, std::size_t destination_row_bytes) {
-  if (width == 0 || height == 0 || tap_count == 0) return;
+  if (width == 0 || height == 0) return;
   const std::unique_ptr<float[]> line(new float[std::max(width, height) + tap_count]);
   const std::unique_ptr<float[]> output(new float[std::max(width, height)]);
   for (std::size_t y = 0; y < height; ++y) {

@@ -8,7 +8,7 @@
 // `source` and `destination` have `width` x `height` samples; row steps are
 // in bytes. `half` is taps / 2. Kernels of 2 to 17 taps run through the
 // host's row kernels and transposition, others through plain loops; both
-// roads compute the same sums.
+// roads compute the same sums. No taps give sums of nothing: zeros.
 void separable_filter(const float* source, std::size_t width, std::size_t height, std::size_t source_row_bytes,
                       const float* taps, std::size_t tap_count, std::size_t half, float* destination,
                       std::size_t destination_row_bytes);

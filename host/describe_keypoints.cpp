@@ -136,43 +136,30 @@ void describe(const scale_space& record, uint64_t octave, const sift_keypoint& k
   quantise(histogram, record.descriptor_clip, out.descriptor);
 }
 
-// One keypoint list of one record, with the number of its first feature
-// across the whole batch.
-struct keypoint_span {
-  std::size_t record;
-  std::size_t octave;
-  std::size_t first_in_batch;
-  std::size_t first_in_record;
-};
+// The features of one octave's keypoints, from `out` on. Every keypoint is
+// worked on its own and written to its own record, so any division of the
+// work gives the same features.
+void describe_octave(const scale_space& record, std::size_t octave, feature_record* out) {
+  const auto& keypoints = record.keypoints[octave];
+  const auto count = static_cast<std::ptrdiff_t>(keypoints.size());
+#pragma omp parallel for schedule(dynamic, 32)
+  for (std::ptrdiff_t k = 0; k < count; ++k) {
+    const auto index = static_cast<std::size_t>(k);
+    describe(record, octave, keypoints[index], out[index]);
+  }
+}
 
 }  // namespace
 
 void describe_keypoints(std::vector<scale_space>* batch, feature_record* const* features) {
-  std::vector<keypoint_span> spans;
-  std::size_t total = 0;
   for (std::size_t r = 0; r < batch->size(); ++r) {
-    std::size_t in_record = 0;
     const scale_space& record = (*batch)[r];
+    feature_record* out = features[r];
+    if (!out) continue;
     for (std::size_t o = 0; o < record.keypoints.size(); ++o) {
-      if (record.keypoints[o].empty()) continue;
-      spans.push_back({r, o, total, in_record});
-      total += record.keypoints[o].size();
-      in_record += record.keypoints[o].size();
+      describe_octave(record, o, out);
+      out += record.keypoints[o].size();
     }
-  }
-  // Every keypoint is worked on its own and written to its own record, so
-  // any division of the work gives the same features.
-  const auto count = static_cast<std::ptrdiff_t>(total);
-#pragma omp parallel for schedule(dynamic, 32)
-  for (std::ptrdiff_t k = 0; k < count; ++k) {
-    const auto index = static_cast<std::size_t>(k);
-    const auto span = std::prev(std::upper_bound(spans.begin(), spans.end(), index,
-                                                 [](std::size_t i, const keypoint_span& s) { return i < s.first_in_batch; }));
-    const std::size_t within = index - span->first_in_batch;
-    const scale_space& record = (*batch)[span->record];
-    feature_record* first = features[span->record];
-    if (!first) continue;
-    describe(record, span->octave, record.keypoints[span->octave][within], first[span->first_in_record + within]);
   }
   advance_progress(batch->size());
 }

@@ -2,6 +2,7 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cmath>
 #include <initializer_list>
 
@@ -31,14 +32,21 @@ bool is_extremum(const float* const planes[3], std::size_t index, std::size_t wi
 
 // Eight columns at a time: the largest and smallest of the 26 neighbours
 // come from 27 loads, and the test is one comparison each way.
+// The span's columns within the row's inner ones, 1 to width - 2.
+column_span inner(column_span span, std::size_t width) {
+  return {std::max<std::size_t>(span.first, 1), std::min(span.end, std::max<std::size_t>(width, 1) - 1)};
+}
+
 __attribute__((target("avx2"))) std::size_t extrema_in_row_avx2(const float* below, const float* here,
                                                                 const float* above, std::size_t width,
-                                                                std::size_t y, float threshold, uint32_t* found) {
+                                                                std::size_t y, column_span span, float threshold,
+                                                                uint32_t* found) {
   const float* const planes[3] = {below, here, above};
   const std::size_t row = y * width;
   const __m256 positive = _mm256_set1_ps(threshold), negative = _mm256_set1_ps(-threshold);
-  std::size_t count = 0, x = 1;
-  for (; x + 8 <= width - 1; x += 8) {
+  const column_span columns = inner(span, width);
+  std::size_t count = 0, x = columns.first;
+  for (; x + 8 <= columns.end; x += 8) {
     const std::size_t index = row + x;
     const __m256 value = _mm256_loadu_ps(here + index);
     const __m256 high = _mm256_cmp_ps(value, positive, _CMP_GT_OQ);
@@ -61,7 +69,7 @@ __attribute__((target("avx2"))) std::size_t extrema_in_row_avx2(const float* bel
       found[count++] = static_cast<uint32_t>(x + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(bits))));
     }
   }
-  for (; x + 1 < width; ++x) {
+  for (; x < columns.end; ++x) {
     if (is_extremum(planes, row + x, width, threshold)) found[count++] = static_cast<uint32_t>(x);
   }
   return count;
@@ -70,20 +78,21 @@ __attribute__((target("avx2"))) std::size_t extrema_in_row_avx2(const float* bel
 }  // namespace
 
 std::size_t extrema_in_row_portable(const float* below, const float* here, const float* above, std::size_t width,
-                                    std::size_t y, float threshold, uint32_t* found) {
+                                    std::size_t y, column_span span, float threshold, uint32_t* found) {
   const float* const planes[3] = {below, here, above};
+  const column_span columns = inner(span, width);
   std::size_t count = 0;
-  for (std::size_t x = 1; x + 1 < width; ++x) {
+  for (std::size_t x = columns.first; x < columns.end; ++x) {
     if (is_extremum(planes, y * width + x, width, threshold)) found[count++] = static_cast<uint32_t>(x);
   }
   return count;
 }
 
 std::size_t extrema_in_row(const float* below, const float* here, const float* above, std::size_t width,
-                           std::size_t y, float threshold, uint32_t* found) {
+                           std::size_t y, column_span span, float threshold, uint32_t* found) {
   if (width < 3) return 0;
-  return cpu_has_avx2() ? extrema_in_row_avx2(below, here, above, width, y, threshold, found)
-                        : extrema_in_row_portable(below, here, above, width, y, threshold, found);
+  return cpu_has_avx2() ? extrema_in_row_avx2(below, here, above, width, y, span, threshold, found)
+                        : extrema_in_row_portable(below, here, above, width, y, span, threshold, found);
 }
 
 }  // namespace host

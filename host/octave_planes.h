@@ -6,7 +6,6 @@
 #include <utility>
 #include <cmath>
 #include <cstdint>
-#include <vector>
 
 #include "features/scale_space.h"
 #include "host/gradient_kernels.h"
@@ -124,17 +123,27 @@ void for_each_gradient(const float_image& plane, int64_t cx, int64_t cy, int64_t
 
 // exp(falloff d^2) for the offsets d = -radius to radius: a Gaussian window
 // is separable, so a sample's weight is the product of its column's and its
-// row's entries.
+// row's entries. The weights of the nearer distances are kept in a table on
+// the stack, so that the jobs allocate nothing per keypoint; the default
+// parameters' windows stay within it, and farther distances, which only
+// other parameters reach, are computed when asked, to the same values.
 class gaussian_profile {
  public:
-  gaussian_profile(int64_t radius, float falloff) : radius_(radius), weights_(2 * radius + 1) {
-    for (int64_t d = -radius; d <= radius; ++d) weights_[d + radius] = std::exp(falloff * static_cast<float>(d * d));
+  gaussian_profile(int64_t radius, float falloff) : falloff_(falloff), kept_(std::min(radius + 1, table_size)) {
+    for (int64_t d = 0; d < kept_; ++d) weights_[d] = weight(d);
   }
-  float operator()(int64_t d) const { return weights_[d + radius_]; }
+  float operator()(int64_t d) const {
+    const int64_t distance = d < 0 ? -d : d;
+    return distance < kept_ ? weights_[distance] : weight(distance);
+  }
 
  private:
-  int64_t radius_;
-  std::vector<float> weights_;
+  static constexpr int64_t table_size = 32;
+  float weight(int64_t distance) const { return std::exp(falloff_ * static_cast<float>(distance * distance)); }
+
+  float falloff_;
+  int64_t kept_;
+  float weights_[table_size];
 };
 
 

@@ -4,8 +4,8 @@
 
 #include "host/progress.h"
 #include "matching/robust_estimate.h"
-#include "mvg/pair_homography_refiner.h"
 #include "mvg/pair_rotation_model.h"
+#include "mvg/refine_pair_motion.h"
 #include "rotation/refine_rotation_pair.h"
 #include "sources/multi_view_aligner.h"
 
@@ -43,18 +43,6 @@ bool accept(const MultiViewAligner& aligner, pair_matches& pair, const correspon
   return true;
 }
 
-// Polishes the stored motion with per-point unknowns; a failed polish
-// leaves the robust motion as it came.
-void refine(const correspondences& lists, const bit_mask& mask, h_matrix_2d& stored) {
-  if (!stored.need_nonlinear_estimator()) return;
-  h_matrix_2d working = stored;
-  working.normalize();
-  const pair_homography_refiner refiner(lists.first, lists.second, mask, working);
-  if (refiner.failed || refiner.out_of_memory) return;
-  stored = refiner.refined_motion();
-  stored.normalize();
-}
-
 // The pair's motion as a camera of frame i turned against frame j's, both
 // refined over the inliers; nothing when it does not decompose or refine.
 bool explain_as_rotation(const MultiViewAligner& aligner, const pair_matches& pair, const bit_mask& mask,
@@ -63,7 +51,8 @@ bool explain_as_rotation(const MultiViewAligner& aligner, const pair_matches& pa
   const image_point centre_j{pair.second->center_x, pair.second->center_y};
   const pair_rotation_model model(motion, centre_i, centre_j);
   if (model.failed) return false;
-  // Frame j is held at the unit rotation: its points come first.
+  // Frame j is the first image, which the robust refinement holds at the
+  // unit rotation.
   std::vector<point_match> matches;
   std::vector<uint8_t> inliers;
   for (std::size_t m = 0; m < pair.matches.size(); ++m) {
@@ -98,7 +87,7 @@ void walk(MultiViewAligner& aligner, HomographyType kind, pair_table<h_matrix_2d
       bit_mask mask;
       h_matrix_2d motion(kind);
       const bool accepted = accept(aligner, pair, lists, kind, mask, motion);
-      if (accepted) refine(lists, mask, motion);
+      if (accepted) refine_pair_motion(lists.first, lists.second, mask, motion);
       pair_set[i].push_back(accepted);
       host::advance_progress(1);
       pair_motions[i].push_back(accepted ? motion : h_matrix_2d(kind));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "features/pointer_check.h"
 #include "host/host_suites.h"
 #include "matching/match_pair.h"
 #include "matching/pair_matches.h"
@@ -25,6 +26,28 @@ std::vector<frame_pair> list_pairs(MultiViewAligner& aligner, std::size_t n) {
   return list;
 }
 
+// Makes the record of a pair, appends it to its row and merges the pair's
+// raw matches into it.
+void record_pair(MultiViewAligner& aligner, const frame_pair& pair, const std::vector<raw_match>& raw) {
+  const auto [i, j] = pair;
+  pair_matches_ptr record(new pair_matches);
+  record->first = aligner.features[i];
+  record->second = aligner.features[j];
+  aligner.pairs[i].push_back(record);
+  pair_matches* const appended = aligner.pairs[i].back().get();
+  if (pointer_present(appended)) append_matches(*appended, raw);
+}
+
+// match_pair on two packed descriptor arrays, its matches written as the
+// host's job writes them; answers how many.
+uint32_t match_raw(const uint8_t* descriptors_a, std::size_t count_a, const uint8_t* descriptors_b,
+                   std::size_t count_b, std::vector<raw_match>& out) {
+  std::vector<feature_match> found;
+  match_pair(descriptors_a, count_a, descriptors_b, count_b, match_ratio, found);
+  for (const feature_match& match : found) out.push_back({match.index_a, static_cast<uint64_t>(match.index_b), match.score});
+  return static_cast<uint32_t>(found.size());
+}
+
 match_job job_for(const MultiViewAligner& aligner, const frame_pair& pair, vector_slot<raw_match>& out,
                   uint32_t* scratch) {
   const frame_features& a = *aligner.features[pair.first];
@@ -40,9 +63,10 @@ match_job job_for(const MultiViewAligner& aligner, const frame_pair& pair, vecto
   return job;
 }
 
-}  // namespace
-
-void match_all_pairs(MultiViewAligner& aligner) {
+// The pairs in batches of the host's batch size, each batch handed to
+// `run_batch`; `line` names the check of the pair count.
+template <class RunBatch>
+void match_in_batches(MultiViewAligner& aligner, int line, RunBatch run_batch) {
   const auto n = static_cast<std::size_t>(aligner.frame_count);
   const std::size_t pair_total = n * (n - 1) / 2;
   const auto batch = static_cast<std::size_t>(std::max(1, host::entry(host::batch_size_entry)()));
@@ -57,8 +81,7 @@ void match_all_pairs(MultiViewAligner& aligner) {
   std::vector<uint32_t> scratch_area(batch * largest * 2);
 
   const std::vector<frame_pair> list = list_pairs(aligner, n);
-  require(list.size() == pair_total, 390);
-  host::match_batch_function* const match_batch = host::entry(host::match_batch_entry);
+  require(list.size() == pair_total, line);
 
   std::size_t next = 0;
   for (bool finished = false; !finished;) {
@@ -72,17 +95,37 @@ void match_all_pairs(MultiViewAligner& aligner) {
       jobs.push_back(job_for(aligner, list[next], raw[s], scratch_area.data() + s * largest));
       ++next;
     }
-    match_batch(&jobs);
+    run_batch(&jobs);
     for (std::size_t p = batch_start; p < next; ++p) {
-      const auto [i, j] = list[p];
-      pair_matches_ptr record(new pair_matches);
-      record->first = aligner.features[i];
-      record->second = aligner.features[j];
-      aligner.pairs[i].push_back(record);
       vector_slot<raw_match>& slot = raw[p - batch_start];
-      append_matches(*record, slot);
+      record_pair(aligner, list[p], slot);
       slot.clear();
     }
     jobs.clear();
+  }
+}
+
+}  // namespace
+
+void match_all_pairs(MultiViewAligner& aligner) {
+  match_in_batches(aligner, 390, host::entry(host::match_batch_entry));
+}
+
+void match_all_pairs_job_by_job(MultiViewAligner& aligner) {
+  match_in_batches(aligner, 478, [](std::vector<match_job>* jobs) {
+    for (match_job& job : *jobs) {
+      if (job.out) job.match_count = match_raw(job.descriptors_a, job.count_a, job.descriptors_b, job.count_b, *job.out);
+    }
+  });
+}
+
+void match_all_pairs_pair_by_pair(MultiViewAligner& aligner) {
+  std::vector<raw_match> raw;
+  for (const frame_pair& pair : list_pairs(aligner, static_cast<std::size_t>(aligner.frame_count))) {
+    const frame_features& a = *aligner.features[pair.first];
+    const frame_features& b = *aligner.features[pair.second];
+    match_raw(descriptors_of(a), a.features.size(), descriptors_of(b), b.features.size(), raw);
+    record_pair(aligner, pair, raw);
+    raw.clear();
   }
 }

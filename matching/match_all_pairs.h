@@ -1,5 +1,6 @@
 // The pair stage: every pair of frames matched through the host's batch job,
-// into the aligner's triangular table of pair records.
+// into the aligner's triangular table of pair records; and its two
+// sequential forms, the reference for what the job computes.
 #pragma once
 
 class MultiViewAligner;
@@ -10,3 +11,11 @@ class MultiViewAligner;
 // the last batch are marked, and the job is called even when every slot is
 // empty.
 void match_all_pairs(MultiViewAligner& aligner);
+
+// The same jobs in the same batches, each run by match_pair in turn on the
+// calling thread.
+void match_all_pairs_job_by_job(MultiViewAligner& aligner);
+
+// match_pair on one pair after the other, in the same order, each pair's
+// matches merged into its record at once.
+void match_all_pairs_pair_by_pair(MultiViewAligner& aligner);

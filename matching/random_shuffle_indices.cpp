@@ -1,22 +1,19 @@
 #include "matching/random_shuffle_indices.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
+#include "matching/rand_15_bits.h"
+
 namespace {
-
-constexpr uint32_t rand_bits_mask = 0x7FFF;
-
-uint32_t rand_15_bits() { return static_cast<uint32_t>(std::rand()) & rand_bits_mask; }
 
 // A random value whose reach covers `m`.
 uint32_t random_covering(std::size_t m) {
   uint32_t r = rand_15_bits();
-  if (m < 32768) return r;
-  for (uint32_t limit = rand_bits_mask; limit < m && limit != 0xFFFFFFFF;) {
+  if (m <= rand_15_bits_max) return r;
+  for (uint32_t limit = rand_15_bits_max; limit < m && limit != 0xFFFFFFFF;) {
     r = (r << 15) | rand_15_bits();
-    limit = (limit << 15) | rand_bits_mask;
+    limit = (limit << 15) | rand_15_bits_max;
   }
   return r;
 }

@@ -15,6 +15,10 @@
 
 namespace {
 
+// The largest minimal sample: the minimal solvers take at most four
+// correspondences, and a kind that needs more has no search here.
+constexpr std::size_t largest_sample = 4;
+
 // Which samples the search draws: every subset in order, or shuffles of
 // all the indices; `indices` holds the current subset or permutation.
 struct sample_plan {
@@ -133,7 +137,7 @@ bool robust_estimate(const robust_options& options, const point_list& first, con
                      bit_mask& mask, h_matrix_2d& motion) {
   const std::size_t k = static_cast<std::size_t>(motion.number_of_minimum_points());
   const std::size_t n = first.size();
-  if (n < k) return false;
+  if (k > largest_sample || n < k) return false;
   mask = bit_mask(n);
   sample_plan plan = plan_samples(n, k, options.max_iterations);
   const search_outcome outcome = search(options, first, second, plan, k, mask, motion);

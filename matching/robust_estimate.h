@@ -22,8 +22,9 @@
 
 // `motion` carries the kind to estimate and keeps it. On true, `mask`
 // (sized to the lists' length) marks the inliers and `motion` holds the
-// parameters; on false neither is to be used. False with fewer
-// correspondences than the kind's minimal sample, or fewer inliers. Throws
+// parameters; on false neither is to be used. False for a kind whose
+// minimal sample has more than four correspondences, with fewer
+// correspondences than the minimal sample, or with fewer inliers. Throws
 // std::invalid_argument for an unknown kind.
 bool robust_estimate(const robust_options& options, const point_list& first, const point_list& second,
                      bit_mask& mask, h_matrix_2d& motion);

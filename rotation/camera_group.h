@@ -6,9 +6,11 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "mvg/matrix_3x3.h"
+#include "rotation/camera_refusal.h"
 
 template <class Lens>
 struct camera_group {
@@ -24,15 +26,19 @@ inline std::array<double, 9> transposed(const std::array<double, 9>& m) {
 
 // One adjuster camera per image in `mode`, with the robust threshold; the
 // reference camera's rotation is held fixed, which fixes the world frame.
+// Nothing when a camera cannot be made (a rotation that is none, a mode the
+// type does not handle): the stage has then failed.
 template <class Camera, class Lens>
-std::vector<Camera> cameras_for(const camera_group<Lens>& cameras, std::size_t reference, int32_t mode,
-                                double threshold) {
-  std::vector<Camera> result;
-  for (std::size_t i = 0; i < cameras.rotations.size(); ++i) {
-    result.emplace_back(transposed(cameras.rotations[i]), cameras.lenses[i], mode, i != reference);
-    result.back().robust_threshold = threshold;
-  }
-  return result;
+std::optional<std::vector<Camera>> cameras_for(const camera_group<Lens>& cameras, std::size_t reference,
+                                               int32_t mode, double threshold) {
+  return unless_refused([&] {
+    std::vector<Camera> result;
+    for (std::size_t i = 0; i < cameras.rotations.size(); ++i) {
+      result.emplace_back(transposed(cameras.rotations[i]), cameras.lenses[i], mode, i != reference);
+      result.back().robust_threshold = threshold;
+    }
+    return result;
+  });
 }
 
 // The adjusted cameras' rotations and lenses into the group.

@@ -30,10 +30,11 @@ pixel_direction fisheye_direction(const fisheye_group_cameras& cameras) {
 template <class Camera>
 void adjust(const fisheye_refinement_options& options, const track_scene& scene, std::size_t reference,
             fisheye_group_cameras& cameras) {
-  const sparse_bundle_adjuster2<Camera> adjusted(
-      fisheye_shared_lens::mean_of(cameras.lenses, options.mode),
-      cameras_for<Camera>(cameras, reference, options.mode, options.group_rotation_threshold), scene.points, {},
-      scene.observations, std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
+  const auto start = cameras_for<Camera>(cameras, reference, options.mode, options.group_rotation_threshold);
+  if (!start) return;
+  const sparse_bundle_adjuster2<Camera> adjusted(fisheye_shared_lens::mean_of(cameras.lenses, options.mode), *start,
+                                                 scene.points, {}, scene.observations,
+                                                 std::vector<std::vector<scene_observation>>(cameras.lenses.size()));
   if (!adjusted.failed) write_back(adjusted, cameras);
 }
 

@@ -1,10 +1,11 @@
 #include "rotation/refine_rotation_pair.h"
 
 #include <array>
-#include <stdexcept>
+#include <optional>
 
 #include "mvg/matrix_3x3.h"
 #include "mvg/rodrigues.h"
+#include "rotation/camera_refusal.h"
 #include "rotation/rotation_camera.h"
 #include "rotation/spherical_position.h"
 #include "solvers/bundle_adjuster.h"
@@ -57,19 +58,49 @@ bool refine_with(const std::vector<point_match>& matches, const std::vector<uint
   return true;
 }
 
+// The pair the other way round: image 2's points first, and the rotation
+// taking image 2's rays to image 1's.
+std::vector<point_match> reversed(const std::vector<point_match>& matches) {
+  std::vector<point_match> other;
+  other.reserve(matches.size());
+  for (const point_match& match : matches) other.push_back({match.second, match.first});
+  return other;
+}
+
+rotation_estimate reversed(const rotation_estimate& estimate) {
+  rotation_estimate other{estimate.focal_2, estimate.focal_1, {}};
+  transpose_3x3(estimate.rotation.data(), other.rotation.data());
+  return other;
+}
+
+// The plain path gives the adjuster the second image first, and so holds
+// that one fixed: the pair is refined the other way round and turned back.
+bool refine_plain(const std::vector<point_match>& matches, const std::vector<uint8_t>& inliers,
+                  const image_point& centre_1, const image_point& centre_2, rotation_estimate& estimate,
+                  lens_record& lens_1, lens_record& lens_2) {
+  rotation_estimate other = reversed(estimate);
+  if (!refine_with<motion_control_rotation>(reversed(matches), inliers, centre_2, centre_1, 0.0, other, lens_2,
+                                            lens_1)) {
+    return false;
+  }
+  estimate = reversed(other);
+  return true;
+}
+
 }  // namespace
 
 bool refine_rotation_pair(const std::vector<point_match>& matches, const std::vector<uint8_t>& inliers,
                           const image_point& centre_1, const image_point& centre_2,
                           const rotation_refinement& options, rotation_estimate& estimate, lens_record& lens_1,
                           lens_record& lens_2) {
-  try {
+  // An estimate that is no rotation, or a camera that cannot be made, is a
+  // failed refinement.
+  const std::optional<bool> refined = unless_refused([&] {
     if (options.robust) {
       return refine_with<robust_motion_control_rotation>(matches, inliers, centre_1, centre_2,
                                                          options.robust_threshold, estimate, lens_1, lens_2);
     }
-    return refine_with<motion_control_rotation>(matches, inliers, centre_1, centre_2, 0.0, estimate, lens_1, lens_2);
-  } catch (const std::runtime_error&) {
-    return false;  // rodrigues_inv: the estimate is no rotation
-  }
+    return refine_plain(matches, inliers, centre_1, centre_2, estimate, lens_1, lens_2);
+  });
+  return refined.value_or(false);
 }

@@ -1,6 +1,7 @@
 // The nonlinear refinement of a pair's rotation and focal lengths: a bundle
-// adjustment of two cameras, the first held at the unit rotation, over one
-// scene point per inlying match.
+// adjustment of two cameras over one scene point per inlying match. The
+// adjuster is given the fixed camera first, held at the unit rotation: with
+// robust residuals that is image 1's, without them image 2's.
 #pragma once
 
 #include <cstdint>

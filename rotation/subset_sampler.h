@@ -1,14 +1,16 @@
 // The samples of the small random searches: every subset of K of n in
 // lexicographic order when there are at most `limit` of them, otherwise
-// subsets drawn with the process's rand() by selection sampling (each index
-// in turn taken with the probability needed / remaining). The generator is
-// never seeded here: the order of the rand() calls is part of the results.
+// subsets drawn with the process's rand(), 15 bits a call, by selection
+// sampling (each index in turn taken with the probability needed /
+// remaining). The generator is never seeded here: the order of the rand()
+// calls is part of the results.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+
+#include "matching/rand_15_bits.h"
 
 template <std::size_t K>
 class subset_sampler {
@@ -48,8 +50,8 @@ class subset_sampler {
   void draw() {
     std::size_t needed = K;
     for (std::size_t i = 0; i < n_ && needed > 0; ++i) {
-      const auto remaining = static_cast<unsigned long>(n_ - i);
-      if (static_cast<unsigned long>(std::rand()) % remaining < needed) subset_[K - needed--] = i;
+      const std::size_t remaining = n_ - i;
+      if (rand_15_bits() % remaining < needed) subset_[K - needed--] = i;
     }
   }
 

@@ -39,9 +39,8 @@ struct shared_lens {
 
   // The unknowns of the shared block in their order, fx, fy, cx, cy, k1,
   // k2 as the mode has them; one f stands for both focal lengths. `read`
-  // takes them from a block, `write` puts them into one. Modes 14, 15, 24
-  // and 25 have shared unknowns that reading does not bring back: kept as
-  // they have always been.
+  // takes them from a block, `write` puts them into one. Modes 12 to 15, 24
+  // and 25 have shared unknowns that reading does not bring back.
   void read(const double* block);
   void write(double* block) const;
   // The size of the shared block.

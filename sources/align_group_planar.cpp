@@ -70,7 +70,8 @@ bool renderable_under(const h_matrix_2d& to_reference, double width, double heig
 
 }  // namespace
 
-void MultiViewAligner::AlignGroupPlanar(const component_record<h_matrix_2d>& group) {
+void MultiViewAligner::AlignGroupPlanar(const component_record<h_matrix_2d>& group,
+                                        const std::vector<FrameRect>& rects) {
   WriteGroupHead(*this, group.links, group.frame_ids, group.reference_position);
   const std::size_t frames = group.frames.size();
   const std::size_t reference = group.reference_position;
@@ -99,9 +100,9 @@ void MultiViewAligner::AlignGroupPlanar(const component_record<h_matrix_2d>& gro
     }
     h_matrix_2d from_reference = after(refined.motions[i], to_plane);
     const double s = reduction_scale(reduction_levels[id]);
-    if (frame_rects[id] != first_frame_rect) rescale(from_reference, s, r);
+    if (rects[id] != first_frame_rect) rescale(from_reference, s, r);
     const h_matrix_2d to_reference = from_reference.inverse();
-    const std::array<double, 4> rect = placed_rectangle(frame_rects[id]);
+    const std::array<double, 4> rect = placed_rectangle(rects[id]);
     const double right = rect[3], bottom = rect[2];
     if (estimate_distortion) {
       const double size[2] = {bottom, right};

@@ -79,7 +79,7 @@ SimpleCameraParameters output_camera(const lens_record& lens, double s) {
 }  // namespace
 
 void MultiViewAligner::AlignGroupRotation(const component_record<rotation_motion>& group, const view_graph& graph,
-                                          int32_t input_mode) {
+                                          const std::vector<FrameRect>& rects, int32_t input_mode) {
   if (input_mode < surface_automatic || input_mode > surface_sphere) {
     throw std::runtime_error("MultiViewAligner::AlignGroupRotation(): unknown input mode");
   }
@@ -97,16 +97,16 @@ void MultiViewAligner::AlignGroupRotation(const component_record<rotation_motion
   refine_cameras(refinement_options(*this), group.frames, tracks, reference, cameras);
   to_reference_frame(cameras, reference);
 
-  std::vector<FrameRect> rects;
-  for (const uint64_t id : group.frame_ids) rects.push_back(frame_rects[id]);
+  std::vector<FrameRect> group_rects;
+  for (const uint64_t id : group.frame_ids) group_rects.push_back(rects[id]);
   surface_fit fit{std::vector<bool>(frames, false), std::vector<std::array<double, 4>>(frames, {0, 0, 0, 0})};
-  if (input_mode != surface_sphere) fit = fit_surface(extra_pass, rects, graph, reference, cameras);
+  if (input_mode != surface_sphere) fit = fit_surface(extra_pass, group_rects, graph, reference, cameras);
   const int32_t type = input_mode == surface_automatic ? surface_of(fit, spherical_extent_limit)
                        : input_mode == surface_cylinder ? transform_cylindrical
                                                         : transform_spherical;
   params->transformType.push_back(type);
 
-  const FrameRect& middle = rects[reference];
+  const FrameRect& middle = group_rects[reference];
   const double scale = reduction_scale(reduction_levels[group.frame_ids[reference]]) * cameras.lenses[reference].fx;
   std::vector<group_camera> observed;
   for (std::size_t k = 0; k < frames; ++k) {

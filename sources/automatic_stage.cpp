@@ -29,11 +29,25 @@ std::size_t position_of(const std::vector<uint64_t>& frame_ids, uint64_t id, std
   return found == frame_ids.end() ? otherwise : static_cast<std::size_t>(found - frame_ids.begin());
 }
 
+// The reference of a planar component that turned too little: the rotation
+// component's reference position, carried over as a position in the planar
+// component's own list. The rotation component can hold more frames than
+// the planar one, and its position can then lie beyond the planar list;
+// there the rotation component's reference frame is looked up in the
+// planar list instead, and where it is not in it either, the planar
+// component keeps its own reference.
+std::size_t carried_reference(const component_record<rotation_motion>& turning,
+                              const component_record<h_matrix_2d>& planar) {
+  if (turning.reference_position < planar.frame_ids.size()) return turning.reference_position;
+  return position_of(planar.frame_ids, turning.frame_ids[turning.reference_position], planar.reference_position);
+}
+
 }  // namespace
 
-void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& preferred,
-                         const pair_table<h_matrix_2d>& pair_motions, const pair_table<bool>& pair_set,
-                         const pair_table<rotation_pair>& pair_rotations, const pair_table<bool>& rotation_set) {
+void run_automatic_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
+                         const std::vector<bool>& preferred, const pair_table<h_matrix_2d>& pair_motions,
+                         const pair_table<bool>& pair_set, const pair_table<rotation_pair>& pair_rotations,
+                         const pair_table<bool>& rotation_set) {
   nview_manager planar_graph(aligner.features, aligner.pairs, pair_set);
   nview_manager rotation_graph(aligner.features, aligner.pairs, rotation_set);
   const std::vector<h_matrix_2d> homographies =
@@ -60,15 +74,13 @@ void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& pre
           ChooseReference(aligner, preferred, turning.reference_position, turning.frame_ids);
       if (!(limit > rotation_spread(turning))) {
         const view_graph& graph = rotation_graph.get_component_graph(r);
-        aligner.AlignGroupRotation(turning, graph, 0);
+        aligner.AlignGroupRotation(turning, graph, rects, 0);
         continue;
       }
-      // Too little turn: planar, about the rotation component's reference.
-      planar.reference_position = position_of(
-          planar.frame_ids, turning.frame_ids[turning.reference_position], planar.reference_position);
+      planar.reference_position = carried_reference(turning, planar);
     } else {
       planar.reference_position = ChooseReference(aligner, preferred, planar.reference_position, planar.frame_ids);
     }
-    aligner.AlignGroupPlanar(planar);
+    aligner.AlignGroupPlanar(planar, rects);
   }
 }

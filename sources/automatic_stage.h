@@ -8,15 +8,18 @@
 #include "matching/pair_table.h"
 #include "mvg/h_matrix_2d.h"
 #include "mvg/rotation_pair.h"
+#include "sources/align_frame.h"
 
 class MultiViewAligner;
 
-// The tables are those of the pair motion stage: each pair's homography and
-// whether it was accepted, and its rotation explanation and whether it has
-// one. A planar component whose frames are one rotation component turning
+// `rects` is the driver's rectangle of each usable frame and `preferred`
+// marks frames preferred as reference. The tables are those of the pair
+// motion stage: each pair's homography and whether it was accepted, and its
+// rotation explanation and whether it has one. A planar component whose frames are one rotation component turning
 // by at least min_rotation_extent_degrees between the reference's optical
 // axis and another's becomes a rotation group, on a cylinder or a sphere.
 // Two planar components of one rotation component each report it.
-void run_automatic_stage(MultiViewAligner& aligner, const std::vector<bool>& preferred,
-                         const pair_table<h_matrix_2d>& pair_motions, const pair_table<bool>& pair_set,
-                         const pair_table<rotation_pair>& pair_rotations, const pair_table<bool>& rotation_set);
+void run_automatic_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
+                         const std::vector<bool>& preferred, const pair_table<h_matrix_2d>& pair_motions,
+                         const pair_table<bool>& pair_set, const pair_table<rotation_pair>& pair_rotations,
+                         const pair_table<bool>& rotation_set);

@@ -69,7 +69,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       host::begin_progress_stage("pairs", pair_count);
       estimate_pairs(aligner, motions, accepted, rotations, turning);
       host::begin_progress_stage("groups", 0);
-      run_automatic_stage(aligner, usable.preferred, motions, accepted, rotations, turning);
+      run_automatic_stage(aligner, usable.rects, usable.preferred, motions, accepted, rotations, turning);
       break;
     }
     case transform_cylindrical: {
@@ -78,7 +78,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       host::begin_progress_stage("pairs", pair_count);
       estimate_rotation_pairs(aligner, rotations, connected);
       host::begin_progress_stage("groups", 0);
-      run_rotation_stage(aligner, usable.preferred, rotations, connected);
+      run_rotation_stage(aligner, usable.rects, usable.preferred, rotations, connected);
       break;
     }
     default:

@@ -35,10 +35,11 @@ class MultiViewAligner {
 
   // Refines a component of frames taken by a turning camera and appends it
   // to the results as one group: refined cameras, each frame on a cylinder
-  // (input_mode 1), a sphere (2) or the one that fits (0). Throws
+  // (input_mode 1), a sphere (2) or the one that fits (0). `rects` is the
+  // driver's list, one rectangle per usable frame. Throws
   // std::runtime_error for another mode.
   void AlignGroupRotation(const component_record<rotation_motion>& group, const view_graph& graph,
-                          int32_t input_mode);
+                          const std::vector<FrameRect>& rects, int32_t input_mode);
 
   // Refines a component of frames taken through a fisheye lens of
   // `lens_type` (2 to 10, the table of construct_fisheye_projection) by a
@@ -51,8 +52,9 @@ class MultiViewAligner {
   // Refines a component of frames that see one plane and appends it to the
   // results as one group: each frame placed on the reference frame by the
   // quadrilateral its rectangle maps to, or, with estimate_distortion, by a
-  // projective map with lens values.
-  void AlignGroupPlanar(const component_record<h_matrix_2d>& group);
+  // projective map with lens values. `rects` is the driver's list, one
+  // rectangle per usable frame.
+  void AlignGroupPlanar(const component_record<h_matrix_2d>& group, const std::vector<FrameRect>& rects);
 
   uint64_t frame_count = 0;  // frames with features; written by extraction
   HomographyType homography_type;
@@ -69,7 +71,9 @@ class MultiViewAligner {
   MultiViewParams* params;                // not owned
   std::vector<int32_t> sheet_ids;         // `index` of each usable frame
   std::vector<int16_t> reduction_levels;  // `reduction_level` of each usable frame
-  std::vector<FrameRect> frame_rects;     // each usable frame's own rectangle
+  // Each usable frame's own rectangle. The group stages place frames by the
+  // driver's list instead, which gives every frame the first frame's.
+  std::vector<FrameRect> frame_rects;
 
   // Inlier radii in pixels of the pair and group estimates.
   double pair_homography_threshold;

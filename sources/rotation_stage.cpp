@@ -4,8 +4,9 @@
 #include "sources/group_reporting.h"
 #include "sources/multi_view_aligner.h"
 
-void run_rotation_stage(MultiViewAligner& aligner, const std::vector<bool>& preferred,
-                        const pair_table<rotation_pair>& rotations, const pair_table<bool>& connected) {
+void run_rotation_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
+                        const std::vector<bool>& preferred, const pair_table<rotation_pair>& rotations,
+                        const pair_table<bool>& connected) {
   nview_manager graph(aligner.features, aligner.pairs, connected);
   const rotation_motion unit{lens_record{}, {1, 0, 0, 0, 1, 0, 0, 0, 1}};
   const std::vector<rotation_motion> motions = graph.compute_motion(rotations, unit);
@@ -15,6 +16,6 @@ void run_rotation_stage(MultiViewAligner& aligner, const std::vector<bool>& pref
     component.reference_position =
         ChooseReference(aligner, preferred, component.reference_position, component.frame_ids);
     const view_graph& component_graph = graph.get_component_graph(c);
-    aligner.AlignGroupRotation(component, component_graph, 1);
+    aligner.AlignGroupRotation(component, component_graph, rects, 1);
   }
 }

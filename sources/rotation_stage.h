@@ -6,11 +6,14 @@
 
 #include "matching/pair_table.h"
 #include "mvg/rotation_pair.h"
+#include "sources/align_frame.h"
 
 class MultiViewAligner;
 
-// `preferred` marks frames preferred as reference; `rotations` and
-// `connected` are the pair rotation stage's tables. Every component,
-// linked or alone, appends one cylindrical group.
-void run_rotation_stage(MultiViewAligner& aligner, const std::vector<bool>& preferred,
-                        const pair_table<rotation_pair>& rotations, const pair_table<bool>& connected);
+// `rects` is the driver's rectangle of each usable frame and `preferred`
+// marks frames preferred as reference; `rotations` and `connected` are the
+// pair rotation stage's tables. Every component, linked or alone, appends
+// one cylindrical group.
+void run_rotation_stage(MultiViewAligner& aligner, const std::vector<FrameRect>& rects,
+                        const std::vector<bool>& preferred, const pair_table<rotation_pair>& rotations,
+                        const pair_table<bool>& connected);

@@ -13,8 +13,9 @@ constexpr const char function_list[] = "demoString_s,addImage_uuuds,resetImages,
 const char* ScrivelInitialize(const ScriptValue* arguments, int32_t count) {
   pluginFolderText[0] = '\0';
   if (count != 1 || !arguments || arguments[0].type != script_text) return nullptr;
-  // A new session starts with an empty list; frames of an earlier one are
-  // released rather than forgotten.
+  // A new session starts with an empty list, and the frames of an earlier
+  // one are released rather than forgotten, since nothing else would ever
+  // free their buffers.
   ClearImages();
   InitVerdaneLibrary(reinterpret_cast<const char*>(arguments[0].value), false);
   return function_list;

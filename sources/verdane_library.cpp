@@ -33,7 +33,8 @@ int32_t PreferenceCallback(OstrelHandle preferences) {
 
 void InitVerdaneLibrary(const char* folder, bool flag) {
   if (folder) {
-    // A longer text is cut to the buffer rather than written past it.
+    // A longer text is cut to the buffer, since writing past it would
+    // overwrite whatever the library keeps beside it.
     std::strncpy(pluginFolderText, folder, plugin_folder_capacity - 1);
     pluginFolderText[plugin_folder_capacity - 1] = '\0';
   }

@@ -92,6 +92,10 @@ std::vector<image_file> add_default_scene(engine_alignment& engine, bool keep) {
   return kept;
 }
 
+tool_error alignment_failure(const char* what) {
+  return tool_error(std::string("alignment failed: ") + what, exit_alignment_failed);
+}
+
 std::unique_ptr<alignment> align(engine_alignment& engine, int32_t type) {
   try {
     return engine.align(type);
@@ -103,9 +107,12 @@ std::unique_ptr<alignment> align(engine_alignment& engine, int32_t type) {
       throw tool_error("fewer than two of the images are usable (blank or single-tone images are skipped)",
                        exit_too_few_images);
     }
-    throw tool_error(std::string("alignment failed: ") + error.what(), exit_alignment_failed);
+    throw alignment_failure(error.what());
   } catch (const std::exception& error) {
-    throw tool_error(std::string("alignment failed: ") + error.what(), exit_alignment_failed);
+    throw alignment_failure(error.what());
+  } catch (const char* message) {
+    // The view graph throws its messages as plain texts.
+    throw alignment_failure(message);
   }
 }
 

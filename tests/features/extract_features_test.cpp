@@ -7,8 +7,11 @@
 #include <random>
 
 #include "feature_test_support.h"
+#include "features/scale_space.h"
+#include "host/keypoint_jobs.h"
 #include "host/ostrel.h"
 #include "photographs.h"
+#include "tests/mvg/allocation_counter.h"
 
 namespace {
 
@@ -109,6 +112,30 @@ TEST(ExtractFeatures, features_do_not_depend_on_threads_or_batch_sizes) {
           << thread_count << " threads, batch " << batch << ", frame " << f;
     }
   }
+}
+
+TEST(ExtractFeatures, the_host_jobs_need_no_allocation_once_the_lists_are_reserved) {
+  std::vector<grey_image> images = {textured(300, 220, 6), textured(260, 240, 7)};
+  std::vector<scale_space> batch;
+  batch.reserve(images.size());
+  for (grey_image& image : images) {
+    const AlignFrame frame = image.frame();
+    batch.emplace_back(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height),
+                       scale_space::full_octave_count);
+    allocate_scale_space(batch.back());
+    load_first_image(batch.back(), frame);
+    build_scale_space(batch.back());
+  }
+  EXPECT_EQ(0u, test_support::allocations_during([&] { host::detect_keypoints(&batch); }));
+
+  std::vector<std::vector<feature_record>> features;
+  std::vector<feature_record*> first_records;
+  for (const scale_space& record : batch) {
+    ASSERT_GT(record.keypoints[1].size(), 0u);  // keypoints beyond the first octave too
+    features.emplace_back(feature_count(record));
+    first_records.push_back(features.back().data());
+  }
+  EXPECT_EQ(0u, test_support::allocations_during([&] { host::describe_keypoints(&batch, first_records.data()); }));
 }
 
 TEST(ExtractFeatures, the_small_budget_keeps_to_the_first_octave) {

@@ -64,4 +64,11 @@ TEST(SeparableFilter, a_flat_plane_stays_flat_and_one_tap_scales_by_its_square) 
   EXPECT_EQ(1.0f, scaled[1]);
 }
 
+TEST(SeparableFilter, no_taps_take_the_plain_loops_and_sum_nothing) {
+  const std::vector<float> source = {2.0f, 4.0f, 6.0f, 8.0f, 10.0f, 12.0f};
+  std::vector<float> out(6, 7.0f);
+  separable_filter(source.data(), 3, 2, 12, nullptr, 0, 0, out.data(), 12);
+  EXPECT_EQ(std::vector<float>(6, 0.0f), out);
+}
+
 }  // namespace

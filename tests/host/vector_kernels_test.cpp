@@ -78,12 +78,21 @@ TEST_F(VectorKernels, extrema_equal_the_portable_search) {
                            above = random_floats(width * height, 6);
   std::vector<uint32_t> vector_found(width), portable_found(width);
   std::size_t total = 0;
-  for (std::size_t y = 1; y + 1 < height; ++y) {
-    const std::size_t a = host::extrema_in_row(below.data(), here.data(), above.data(), width, y, 0.3f, vector_found.data());
-    const std::size_t b = host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, y, 0.3f, portable_found.data());
-    ASSERT_EQ(b, a) << "row " << y;
-    for (std::size_t k = 0; k < a; ++k) ASSERT_EQ(portable_found[k], vector_found[k]);
-    total += a;
+  // The whole row, and stretches that start and end anywhere.
+  for (const host::column_span span : {host::column_span{0, width}, {0, 13}, {13, 50}, {50, 200}, {7, 8}}) {
+    for (std::size_t y = 1; y + 1 < height; ++y) {
+      const std::size_t a =
+          host::extrema_in_row(below.data(), here.data(), above.data(), width, y, span, 0.3f, vector_found.data());
+      const std::size_t b = host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, y, span, 0.3f,
+                                                          portable_found.data());
+      ASSERT_EQ(b, a) << "row " << y << ", columns " << span.first << " to " << span.end;
+      for (std::size_t k = 0; k < a; ++k) {
+        ASSERT_EQ(portable_found[k], vector_found[k]);
+        ASSERT_GE(portable_found[k], span.first);
+        ASSERT_LT(portable_found[k], span.end);
+      }
+      total += a;
+    }
   }
   EXPECT_GT(total, 10u);
 }
@@ -164,12 +173,16 @@ TEST(ExtremumKernel, finds_strict_extrema_beyond_the_threshold_only) {
   here[1 * width + 3] = -0.5f;  // a minimum
   above[1 * width + 2] = 0.1f;
   std::vector<uint32_t> found(width);
-  ASSERT_EQ(2u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.2f, found.data()));
+  const host::column_span row{0, width};
+  ASSERT_EQ(2u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, row, 0.2f, found.data()));
   EXPECT_EQ(1u, found[0]);
   EXPECT_EQ(3u, found[1]);
-  EXPECT_EQ(0u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.5f, found.data()));
+  EXPECT_EQ(0u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, row, 0.5f, found.data()));
+  ASSERT_EQ(1u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, {2, 5}, 0.2f,
+                                              found.data()));
+  EXPECT_EQ(3u, found[0]);  // the stretch leaves out the maximum
   above[1 * width + 1] = 0.5f;  // a tie is not an extremum
-  EXPECT_EQ(1u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, 0.2f, found.data()));
+  EXPECT_EQ(1u, host::extrema_in_row_portable(below.data(), here.data(), above.data(), width, 1, row, 0.2f, found.data()));
 }
 
 }  // namespace

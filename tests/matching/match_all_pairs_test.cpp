@@ -1,12 +1,14 @@
 // The pair stage: the table's shape, batching through the host job with its
-// empty slots, and records equal to matching pair after pair.
+// empty slots, and records equal to those of its two sequential forms.
 #include <gtest/gtest.h>
 #include <omp.h>
 
 #include <cstdio>
+#include <string>
 
 #include "descriptors.h"
 #include "features/extract_features.h"
+#include "features/pointer_check.h"
 #include "photographs.h"
 #include "host/host_suites.h"
 #include "host/ostrel.h"
@@ -117,45 +119,68 @@ TEST_F(MatchAllPairs, batches_end_with_empty_slots_and_a_call_even_when_all_are_
   }
 }
 
-TEST_F(MatchAllPairs, records_equal_matching_pair_after_pair_for_any_batch_and_thread_count) {
-  const std::vector<std::size_t> counts = {300, 1, 250, 280, 1, 0, 260};
-  // The sequential reference: match_pair on each pair in row order.
-  stage_run reference(counts);
-  std::vector<std::vector<feature_match>> expected;
-  for (std::size_t i = 0; i + 1 < counts.size(); ++i) {
-    for (std::size_t j = i + 1; j < counts.size(); ++j) {
-      expected.emplace_back();
-      match_pair(*reference.aligner.features[i], *reference.aligner.features[j], match_ratio, expected.back());
+// Every record of `run` equals the record of the same pair in `reference`,
+// its index by the second frame included.
+void expect_equal_records(const MultiViewAligner& reference, const MultiViewAligner& run, const std::string& what) {
+  ASSERT_EQ(reference.pairs.size(), run.pairs.size()) << what;
+  for (std::size_t i = 0; i < run.pairs.size(); ++i) {
+    ASSERT_EQ(reference.pairs[i].size(), run.pairs[i].size()) << what;
+    for (std::size_t k = 0; k < run.pairs[i].size(); ++k) {
+      EXPECT_EQ(reference.pairs[i][k]->matches, run.pairs[i][k]->matches) << what << ", pair " << i << ", " << i + k + 1;
+      EXPECT_EQ(reference.pairs[i][k]->index_by_b, run.pairs[i][k]->index_by_b) << what << ", pair " << i << ", " << i + k + 1;
     }
   }
-  const int threads = omp_get_max_threads();
-  for (const auto& [batch, thread_count] : {std::pair{1, 1}, std::pair{4, 2}, std::pair{7, 2}, std::pair{21, 3}}) {
-    OstrelSetBatchSize(batch);
-    omp_set_num_threads(thread_count);
-    stage_run run(counts);
-    match_all_pairs(run.aligner);
-    omp_set_num_threads(threads);
-    std::size_t p = 0;
-    for (const auto& row : run.aligner.pairs) {
-      for (const pair_matches_ptr& record : row) {
-        EXPECT_EQ(expected[p], record->matches) << "pair " << p << ", batch " << batch;
-        ASSERT_EQ(record->matches.size(), record->index_by_b.size());
-        for (std::size_t k = 0; k < record->index_by_b.size(); ++k) {
-          const auto [index_b, position] = record->index_by_b[k];
-          EXPECT_EQ(static_cast<int64_t>(index_b), record->matches[position].index_b);
-          if (k > 0) {
-            EXPECT_LT(record->index_by_b[k - 1].first, index_b);
-          }
+}
+
+TEST_F(MatchAllPairs, the_sequential_forms_match_pair_by_pair_and_index_by_the_second_frame) {
+  stage_run run({300, 1, 250, 280, 1, 0, 260});
+  match_all_pairs_pair_by_pair(run.aligner);
+  std::size_t p = 0;
+  for (std::size_t i = 0; i + 1 < 7; ++i) {
+    for (std::size_t j = i + 1; j < 7; ++j, ++p) {
+      const pair_matches& record = *run.aligner.pairs[i][j - i - 1];
+      std::vector<feature_match> expected;
+      match_pair(*run.aligner.features[i], *run.aligner.features[j], match_ratio, expected);
+      EXPECT_EQ(expected, record.matches) << "pair " << p;
+      ASSERT_EQ(record.matches.size(), record.index_by_b.size());
+      for (std::size_t k = 0; k < record.index_by_b.size(); ++k) {
+        const auto [index_b, position] = record.index_by_b[k];
+        EXPECT_EQ(static_cast<int64_t>(index_b), record.matches[position].index_b);
+        if (k > 0) {
+          EXPECT_LT(record.index_by_b[k - 1].first, index_b);
         }
-        ++p;
       }
     }
   }
   // The lone features of frames 1 and 4 match each other by default.
-  EXPECT_EQ((std::vector<feature_match>{{0, 0, 0.0f, 0}}), expected[6 + 2]);  // pair (1, 4)
+  EXPECT_EQ((std::vector<feature_match>{{0, 0, 0.0f, 0}}), run.aligner.pairs[1][2]->matches);
+
+  for (const int batch : {1, 4, 21}) {
+    OstrelSetBatchSize(batch);
+    stage_run in_jobs({300, 1, 250, 280, 1, 0, 260});
+    match_all_pairs_job_by_job(in_jobs.aligner);
+    expect_equal_records(run.aligner, in_jobs.aligner, "jobs in batches of " + std::to_string(batch));
+  }
 }
 
-TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_after_pair) {
+TEST_F(MatchAllPairs, records_equal_the_sequential_forms_for_any_batch_and_thread_count) {
+  const std::vector<std::size_t> counts = {300, 1, 250, 280, 1, 0, 260};
+  const int threads = omp_get_max_threads();
+  for (const auto& [batch, thread_count] : {std::pair{1, 1}, std::pair{4, 2}, std::pair{7, 2}, std::pair{21, 3}}) {
+    OstrelSetBatchSize(batch);
+    stage_run pair_by_pair(counts), job_by_job(counts), run(counts);
+    match_all_pairs_pair_by_pair(pair_by_pair.aligner);
+    match_all_pairs_job_by_job(job_by_job.aligner);
+    omp_set_num_threads(thread_count);
+    match_all_pairs(run.aligner);
+    omp_set_num_threads(threads);
+    const std::string what = "batch " + std::to_string(batch) + ", threads " + std::to_string(thread_count);
+    expect_equal_records(pair_by_pair.aligner, run.aligner, what);
+    expect_equal_records(job_by_job.aligner, run.aligner, what);
+  }
+}
+
+TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_by_pair) {
   const auto paths = photograph_set("rainier");
   if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
   std::vector<grey_image> images;
@@ -165,15 +190,15 @@ TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_after_p
   MultiViewParams params;
   MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
   extract_features(aligner, frames);
+  MultiViewAligner reference(params, homography_projective, FrameRect{}, aligner_options{});
+  reference.features = aligner.features;
+  reference.frame_count = aligner.frame_count;
+  match_all_pairs_pair_by_pair(reference);
   match_all_pairs(aligner);
+  expect_equal_records(reference, aligner, "rainier");
   std::size_t total = 0;
-  for (std::size_t i = 0; i + 1 < frames.size(); ++i) {
-    for (std::size_t j = i + 1; j < frames.size(); ++j) {
-      std::vector<feature_match> expected;
-      match_pair(*aligner.features[i], *aligner.features[j], match_ratio, expected);
-      EXPECT_EQ(expected, aligner.pairs[i][j - i - 1]->matches) << i << ", " << j;
-      total += expected.size();
-    }
+  for (const auto& row : aligner.pairs) {
+    for (const pair_matches_ptr& record : row) total += record->matches.size();
   }
   // Neighbouring views of the set overlap: each has dozens of matches.
   for (std::size_t i = 0; i + 1 < frames.size(); ++i) EXPECT_GT(aligner.pairs[i][0]->matches.size(), 30u) << i;
@@ -190,6 +215,14 @@ TEST(AppendMatches, later_calls_continue_the_positions_and_keep_each_part_sorted
   EXPECT_EQ((feature_match{0, 7, 0.75f, 0}), pair.matches[2]);
   const std::vector<std::pair<uint64_t, uint64_t>> index = {{2, 0}, {9, 1}, {7, 2}};
   EXPECT_EQ(index, pair.index_by_b);
+}
+
+TEST(PointerCheck, a_missing_record_is_reported_and_a_present_one_is_not) {
+  testing::internal::CaptureStderr();
+  const int value = 0;
+  EXPECT_TRUE(pointer_present(&value));
+  EXPECT_FALSE(pointer_present(nullptr));
+  EXPECT_EQ("NULL Pointer!\n", testing::internal::GetCapturedStderr());
 }
 
 TEST(SoftRequirement, a_failed_requirement_names_the_aligner_and_the_line) {

@@ -15,6 +15,7 @@
 #include "mvg/h_matrix_2d.h"
 #include "mvg/linear_solve.h"
 #include "mvg/pair_homography_refiner.h"
+#include "mvg/refine_pair_motion.h"
 
 namespace {
 
@@ -261,6 +262,43 @@ TEST(PairHomographyRefiner, evaluations_and_elimination_allocate_nothing) {
               model.make_X(d.data());
               model.advance(model.x.data(), g.data(), moved.data());
             }));
+}
+
+std::vector<double> parameters_of(const h_matrix_2d& motion) {
+  return {motion.parameters, motion.parameters + motion.parameter_count()};
+}
+
+// The robust search leaves a motion at the scale its solver gave it.
+h_matrix_2d unnormalised_start() {
+  h_matrix_2d start = rough_start();
+  for (double& h : start.parameters) h *= 2.0;
+  return start;
+}
+
+TEST(RefinePairMotion, the_refined_motion_is_normalised) {
+  const pair_points pair(40, 0.5, 7);
+  h_matrix_2d motion = unnormalised_start();
+  refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(40, 40), motion);
+  h_matrix_2d start = unnormalised_start();
+  start.normalize();
+  const pair_homography_refiner refiner(pair.first_list(), pair.second_list(), first_marked(40, 40), start);
+  h_matrix_2d expected = refiner.refined_motion();
+  expected.normalize();
+  EXPECT_EQ(parameters_of(expected), parameters_of(motion));
+}
+
+TEST(RefinePairMotion, a_refiner_without_memory_for_its_blocks_gives_its_start_the_normalised_motion) {
+  // 2000 points: the point lists take 96 kB, each motion block 288 kB.
+  const pair_points pair(2000, 0.5, 7);
+  h_matrix_2d motion = unnormalised_start();
+  {
+    const test_support::failing_allocations failing(200 * 1024);
+    refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(2000, 2000), motion);
+  }
+  h_matrix_2d expected = unnormalised_start();
+  expected.normalize();
+  expected.normalize();
+  EXPECT_EQ(parameters_of(expected), parameters_of(motion));
 }
 
 }  // namespace

@@ -167,4 +167,26 @@ TEST(RefineCameras, the_group_is_refined_and_a_distortion_stage_beyond_its_limit
   EXPECT_EQ(group.start.lenses, untouched.lenses);
 }
 
+TEST(RefineCameras, the_distortion_stage_follows_the_plain_adjuster_too) {
+  const rotation_rig rig = make_rotation_rig(6, 600, 0.5, 0.0, 21);
+  rig_group group = group_of(rig);
+  // The plain adjuster keeps its points in the reference camera's frame:
+  // the world is the reference's, as the group stage gives it.
+  const std::array<double, 9> to_reference = transposed(group.start.rotations[0]);
+  for (auto& rotation : group.start.rotations) rotation = product(to_reference, rotation);
+  camera_refinement_options options;
+  options.nonlinear_refine = false;
+  group_cameras plain = group.start;
+  refine_cameras(options, group.frames, group.tracks, 0, plain);
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], plain.lenses[i].fx, 0.005 * rig.focals[i]) << i;
+  EXPECT_EQ(0.0, plain.lenses[1].k1);
+
+  options.estimate_distortion = true;
+  group_cameras distorted = group.start;
+  refine_cameras(options, group.frames, group.tracks, 0, distorted);
+  EXPECT_NE(0.0, distorted.lenses[1].k1);
+  EXPECT_LT(std::fabs(distorted.lenses[1].k1), 0.05);
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], distorted.lenses[i].fx, 0.005 * rig.focals[i]) << i;
+}
+
 }  // namespace

@@ -89,4 +89,22 @@ TEST(RotationCamera, modes_decide_what_the_block_holds) {
   EXPECT_THROW(motion_control_rotation_distorted(std::array<double, 3>{}, lens, 9, true), std::invalid_argument);
 }
 
+TEST(RotationCamera, the_shared_principal_point_of_modes_12_and_13_is_never_read_back) {
+  for (const int32_t mode : {12, 13}) {
+    SCOPED_TRACE(mode);
+    shared_lens shared = shared_for(mode);
+    ASSERT_EQ(2u, shared.block_size());  // cx and cy are unknowns all the same
+    const double shared_block[2] = {1.0, 2.0};
+    shared.read(shared_block);
+    EXPECT_EQ(398.0, shared.cx);
+    EXPECT_EQ(305.0, shared.cy);
+    motion_control_rotation_distorted camera(std::array<double, 3>{}, lens, mode, false);
+    std::vector<double> block(camera.block_size());
+    camera.pack(block.data());
+    camera.unpack(shared, block.data());
+    EXPECT_EQ(398.0, camera.cx);  // the shared record's start value
+    EXPECT_EQ(305.0, camera.cy);
+  }
+}
+
 }  // namespace

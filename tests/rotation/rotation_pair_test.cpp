@@ -14,7 +14,9 @@
 #include "mvg/rodrigues.h"
 #include "rotation/refine_rotation_pair.h"
 #include "rotation/rotation_ransac.h"
+#include "rotation/subset_sampler.h"
 #include "rotation/three_point_rotation.h"
+#include "tests/mvg/allocation_counter.h"
 
 namespace {
 
@@ -85,6 +87,24 @@ TEST(ThreePointRotation, recovers_both_focal_lengths_and_the_rotation_from_exact
   }
 }
 
+TEST(SubsetSampler, draws_by_selection_from_the_lowest_15_bits_of_each_rand_call) {
+  // C(40, 3) = 9880 subsets: more than the limit, so they are drawn.
+  std::srand(7);
+  std::vector<std::array<std::size_t, 3>> expected;
+  for (int sample = 0; sample < 50; ++sample) {
+    std::array<std::size_t, 3> subset{};
+    std::size_t needed = 3;
+    for (std::size_t i = 0; i < 40 && needed > 0; ++i) {
+      if ((static_cast<uint32_t>(std::rand()) & 0x7FFF) % (40 - i) < needed) subset[3 - needed--] = i;
+    }
+    expected.push_back(subset);
+  }
+  std::srand(7);
+  subset_sampler<3> sampler(40, 1000);
+  ASSERT_EQ(1000u, sampler.samples());
+  for (const auto& subset : expected) EXPECT_EQ(subset, sampler.next());
+}
+
 TEST(RotationRansac, finds_the_inliers_among_thirty_percent_of_outliers) {
   std::srand(1);
   const synthetic_pair pair = make_pair(300, 0.5, 0.3, 2);
@@ -105,12 +125,25 @@ TEST(RotationRansac, exact_samples_ties_and_too_few_matches) {
   EXPECT_TRUE(rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0).failed);
 }
 
+// A pair of noisy matches with 30 per cent of outliers, and what the search
+// makes of it.
+struct searched_pair {
+  synthetic_pair pair;
+  rotation_search search;
+};
+
+searched_pair noisy_searched_pair() {
+  std::srand(4);
+  searched_pair searched{make_pair(300, 0.5, 0.3, 5), {}};
+  const synthetic_pair& pair = searched.pair;
+  searched.search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+  return searched;
+}
+
 TEST(RefineRotationPair, recovers_focal_lengths_and_rotation_from_noisy_matches_with_outliers) {
   for (const bool robust : {true, false}) {
     SCOPED_TRACE(robust);
-    std::srand(4);
-    const synthetic_pair pair = make_pair(300, 0.5, 0.3, 5);
-    const rotation_search search = rotation_ransac(pair.matches, 699.0, 699.0, pair.centre_1, pair.centre_2, 3.0);
+    const auto [pair, search] = noisy_searched_pair();
     ASSERT_FALSE(search.failed);
     rotation_estimate estimate = search.best;
     lens_record lens_1, lens_2;
@@ -123,6 +156,51 @@ TEST(RefineRotationPair, recovers_focal_lengths_and_rotation_from_noisy_matches_
     EXPECT_EQ(estimate.focal_2, lens_2.fy);
     EXPECT_EQ(pair.centre_2[0], lens_2.cx);
   }
+}
+
+TEST(RefineRotationPair, an_estimate_that_is_no_rotation_fails_and_an_allocation_failure_leaves_it) {
+  const synthetic_pair pair = make_pair(60, 0.2, 0.0, 6);
+  const std::vector<uint8_t> inliers(pair.matches.size(), 1);
+  lens_record lens_1{}, lens_2{};
+  rotation_estimate twice{pair.focal_1, pair.focal_2, {2, 0, 0, 0, 2, 0, 0, 0, 2}};
+  EXPECT_FALSE(refine_rotation_pair(pair.matches, inliers, pair.centre_1, pair.centre_2, {true, 2.0}, twice, lens_1,
+                                    lens_2));
+  EXPECT_EQ(2.0, twice.rotation[0]);  // left as it was
+  EXPECT_EQ(0.0, lens_1.fx);
+
+  rotation_estimate truth{pair.focal_1, pair.focal_2, pair.rotation};
+  EXPECT_THROW(
+      {
+        const test_support::failing_allocations failing(0);
+        refine_rotation_pair(pair.matches, inliers, pair.centre_1, pair.centre_2, {true, 2.0}, truth, lens_1, lens_2);
+      },
+      std::bad_alloc);
+}
+
+TEST(RefineRotationPair, the_plain_path_holds_the_second_image_fixed_and_gives_it_first) {
+  const auto [pair, search] = noisy_searched_pair();
+  ASSERT_FALSE(search.failed);
+  rotation_estimate plain = search.best;
+  lens_record plain_1, plain_2;
+  ASSERT_TRUE(refine_rotation_pair(pair.matches, search.inliers, pair.centre_1, pair.centre_2, {false, 2.0}, plain,
+                                   plain_1, plain_2));
+
+  // The same as the robust path on the pair the other way round, with a
+  // radius that no residual reaches: that path holds its first image fixed.
+  std::vector<point_match> reversed;
+  for (const point_match& match : pair.matches) reversed.push_back({match.second, match.first});
+  rotation_estimate other{search.best.focal_2, search.best.focal_1, {}};
+  transpose_3x3(search.best.rotation.data(), other.rotation.data());
+  lens_record other_1, other_2;
+  ASSERT_TRUE(refine_rotation_pair(reversed, search.inliers, pair.centre_2, pair.centre_1, {true, 1e300}, other,
+                                   other_1, other_2));
+  EXPECT_EQ(other.focal_2, plain.focal_1);
+  EXPECT_EQ(other.focal_1, plain.focal_2);
+  std::array<double, 9> back;
+  transpose_3x3(other.rotation.data(), back.data());
+  EXPECT_EQ(back, plain.rotation);
+  EXPECT_EQ(other_2, plain_1);
+  EXPECT_EQ(other_1, plain_2);
 }
 
 }  // namespace

@@ -29,7 +29,6 @@ struct tables {
       aligner.features.push_back(frame);
       aligner.sheet_ids.push_back(static_cast<int32_t>(10 + i));
       aligner.reduction_levels.push_back(0);
-      aligner.frame_rects.push_back(FrameRect{0, 0, 300, 400});
     }
     aligner.frame_count = n;
     aligner.pairs = make_pair_table<pair_matches_ptr>(n);
@@ -62,7 +61,10 @@ struct tables {
     rotations[i][j - i - 1] = {lens, lens, {std::cos(a), 0, std::sin(a), 0, 1, 0, -std::sin(a), 0, std::cos(a)}};
   }
 
-  void run() { run_automatic_stage(aligner, std::vector<bool>(aligner.frame_count, false), motions, planar, rotations, turning); }
+  void run() {
+    run_automatic_stage(aligner, std::vector<FrameRect>(aligner.frame_count, FrameRect{0, 0, 300, 400}),
+                        std::vector<bool>(aligner.frame_count, false), motions, planar, rotations, turning);
+  }
 };
 
 TEST(AutomaticStage, a_turn_below_the_limit_stays_planar_and_one_above_it_turns) {
@@ -87,6 +89,19 @@ TEST(AutomaticStage, a_planar_component_over_two_rotation_components_is_planar) 
   set.run();
   EXPECT_EQ(std::vector<int32_t>{0}, set.params.transformType);
   EXPECT_EQ(std::vector<int32_t>{3}, set.params.groupCount);
+}
+
+TEST(AutomaticStage, a_planar_group_takes_the_rotation_components_reference_position_as_its_own) {
+  // Planar components {0} and {1, 2} of the rotation component {0, 1, 2},
+  // whose reference is at position 1 (frame 1, the centre).
+  tables set(3);
+  set.link(0, 1, false, true, 10.0);
+  set.link(1, 2, true, true, 10.0);
+  set.run();
+  EXPECT_EQ((std::vector<int32_t>{1, 2}), set.params.groupCount);
+  // {0}: position 1 lies beyond its list, and frame 1 is not in it, so its
+  // own reference stays; {1, 2}: position 1 is frame 2.
+  EXPECT_EQ((std::vector<int32_t>{10, 12}), set.params.refSheetID);
 }
 
 TEST(AutomaticStage, rotation_linked_frames_without_a_homography_link_are_reported_twice) {

@@ -40,7 +40,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
   run r;
   r.aligner.sheet_ids = {7};
   r.aligner.reduction_levels = {0};
-  r.aligner.frame_rects = {FrameRect{0, 0, 300, 400}};
+  const std::vector<FrameRect> rects = {FrameRect{0, 0, 300, 400}};
   component_record<rotation_motion> group;
   group.frames.push_back(new frame_features);
   group.frame_ids = {0};
@@ -50,7 +50,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
   EXPECT_THROW(
       {
         try {
-          r.aligner.AlignGroupRotation(group, graph, 3);
+          r.aligner.AlignGroupRotation(group, graph, rects, 3);
         } catch (const std::runtime_error& error) {
           EXPECT_STREQ("MultiViewAligner::AlignGroupRotation(): unknown input mode", error.what());
           throw;
@@ -59,7 +59,7 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
       std::runtime_error);
   EXPECT_TRUE(r.params.connectivity.empty());  // nothing appended before the check
 
-  r.aligner.AlignGroupRotation(group, graph, 2);
+  r.aligner.AlignGroupRotation(group, graph, rects, 2);
   EXPECT_EQ(std::vector<int32_t>{1}, r.params.groupCount);
   EXPECT_EQ(std::vector<int32_t>{7}, r.params.refSheetID);
   EXPECT_EQ(std::vector<int32_t>{1}, r.params.transformType);  // cylindrical whatever the mode
@@ -68,6 +68,30 @@ TEST(AlignGroupRotation, a_lone_frame_is_a_cylindrical_group_of_one_and_modes_ar
   ASSERT_EQ(1u, r.params.transforms.size());
   EXPECT_EQ(nullptr, r.params.transforms[0]);
   EXPECT_EQ((connectivity_matrix{{1}}), r.params.connectivity[0]);
+}
+
+TEST(AlignGroupRotation, a_camera_that_cannot_be_made_fails_the_refinement_and_the_group_is_still_written) {
+  run r;
+  r.aligner.sheet_ids = {7, 8};
+  r.aligner.reduction_levels = {0, 0};
+  const std::vector<FrameRect> rects(2, FrameRect{0, 0, 300, 400});
+  component_record<rotation_motion> group;
+  group.frames = {new frame_features, new frame_features};
+  group.frame_ids = {0, 1};
+  pair_matches_ptr pair(new pair_matches);
+  pair->first = group.frames[0];
+  pair->second = group.frames[1];
+  group.pairs = {{pair}};
+  group.links = {{true}};
+  const lens_record lens{400, 400, 199.5, 149.5, 0, 0};
+  // Twice the unit matrix is no rotation: rodrigues_inv refuses it.
+  group.motions = {{lens, {1, 0, 0, 0, 1, 0, 0, 0, 1}}, {lens, {2, 0, 0, 0, 2, 0, 0, 0, 2}}};
+  const view_graph graph(2);
+
+  EXPECT_NO_THROW(r.aligner.AlignGroupRotation(group, graph, rects, 1));
+  EXPECT_EQ(std::vector<int32_t>{2}, r.params.groupCount);
+  EXPECT_EQ((std::vector<int32_t>{7, 8}), r.params.sheetID);
+  EXPECT_EQ(2u, r.params.transforms.size());
 }
 
 }  // namespace
