@@ -59,7 +59,7 @@ TEST_P(RandomBits, reports_do_not_change_with_the_generators_bits_above_the_lowe
   const auto paths = test_support::photograph_set(GetParam());
   if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
   std::vector<pixel_image> pictures;
-  for (const auto& path : paths) pictures.push_back(read_image_file(path.string()));
+  for (const auto& path : paths) pictures.push_back(read_image_file(path.string()).picture);
   for (const int32_t type : {1, -1}) {
     SCOPED_TRACE(type);
     restart_generator(0);

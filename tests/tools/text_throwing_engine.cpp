@@ -7,8 +7,8 @@ namespace lacewright_tool {
 
 engine_alignment::engine_alignment() : session_(".") {}
 
-void engine_alignment::add_image(const pixel_image& image, const std::string& name) {
-  images_.push_back({name, image.width, image.height, 0, image.orientation});
+void engine_alignment::add_image(const image_file& image) {
+  images_.push_back({image.path, image.width, image.height, image.orientation, image.scale});
 }
 
 std::unique_ptr<alignment> engine_alignment::align(int32_t) {
