@@ -17,8 +17,8 @@
 #include "features/extract_features.h"
 #include "host/ostrel.h"
 #include "photographs.h"
-#include "sources/lacewright.h"
-#include "sources/multi_view_aligner.h"
+#include "pipeline/multi_view_aligner.h"
+#include "plugin/lacewright.h"
 
 #ifdef LACEWRIGHT_HAVE_OPENCV
 #include <opencv2/core/utility.hpp>
@@ -55,11 +55,8 @@ std::vector<grey_image> test_frames() {
 }
 
 std::size_t extract(std::vector<AlignFrame>& frames) {
-  MultiViewParams params;
-  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-  extract_features(aligner, frames);
   std::size_t count = 0;
-  for (const auto& f : aligner.features) count += f->features.size();
+  for (const extracted_frame& f : extract_features(frames)) count += f.features->features.size();
   return count;
 }
 
@@ -132,10 +129,9 @@ void print_quality() {
     const homography h = rotation_about_centre(original, 30.0, 0.7);
     grey_image warped = warp(original, h, original.width, original.height);
     std::vector<AlignFrame> pair = {original.frame(0), warped.frame(1)};
-    MultiViewParams params;
-    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-    extract_features(aligner, pair);
-    const feature_quality q = measure_feature_quality(*aligner.features[0], *aligner.features[1], original, warped, h);
+    const std::vector<extracted_frame> features = extract_features(pair);
+    const feature_quality q =
+        measure_feature_quality(*features[0].features, *features[1].features, original, warped, h);
     std::printf("  %-14s repeatability %.3f (%zu of %zu/%zu)  two-way matches %4zu  precision %.3f\n",
                 path.filename().c_str(), q.repeatability, q.repeated, q.keypoints_original, q.keypoints_warped,
                 q.matches, q.match_precision);

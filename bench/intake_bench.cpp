@@ -6,9 +6,9 @@
 #include <random>
 #include <vector>
 
-#include "sources/condition_frame.h"
-#include "sources/image_list.h"
-#include "sources/lacewright.h"
+#include "pipeline/condition_frame.h"
+#include "plugin/image_list.h"
+#include "plugin/lacewright.h"
 
 namespace {
 

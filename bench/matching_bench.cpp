@@ -17,8 +17,8 @@
 #include "matching/descriptor_distance.h"
 #include "matching/match_all_pairs.h"
 #include "photographs.h"
-#include "sources/lacewright.h"
-#include "sources/multi_view_aligner.h"
+#include "pipeline/multi_view_aligner.h"
+#include "plugin/lacewright.h"
 
 #ifdef LACEWRIGHT_HAVE_OPENCV
 #include <opencv2/core/utility.hpp>
@@ -42,11 +42,8 @@ std::vector<std::array<uint8_t, 128>> descriptor_pool() {
   std::vector<grey_image> images;
   for (const auto& path : all_photographs()) images.push_back(read_grey(path));
   for (std::size_t start = 0; start + 1 < images.size(); start += 2) {
-    MultiViewParams params;
-    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-    extract_features(aligner, {images[start].frame(0), images[start + 1].frame(1)});
-    for (const auto& frame : aligner.features) {
-      for (const feature_record& f : frame->features) {
+    for (const extracted_frame& frame : extract_features({images[start].frame(0), images[start + 1].frame(1)})) {
+      for (const feature_record& f : frame.features->features) {
         std::array<uint8_t, 128> d;
         std::memcpy(d.data(), f.descriptor, 128);
         pool.push_back(d);
@@ -113,15 +110,11 @@ double pair_stage_seconds(const std::vector<frame_features_ptr>& frames, int thr
   OstrelSetBatchSize(0);
   std::vector<double> times;
   for (int r = 0; r < 3; ++r) {
-    MultiViewParams params;
-    MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-    aligner.features = frames;
-    aligner.frame_count = frames.size();
     const auto start = clock_type::now();
-    match_all_pairs(aligner);
+    const pair_table<pair_matches_ptr> pairs = match_all_pairs(frames);
     times.push_back(seconds_since(start));
     matches = 0;
-    for (const auto& row : aligner.pairs) {
+    for (const auto& row : pairs) {
       for (const auto& pair : row) matches += pair->matches.size();
     }
   }

@@ -10,14 +10,11 @@
 #include <filesystem>
 #include <vector>
 
-#include "features/extract_features.h"
-#include "matching/match_all_pairs.h"
+#include <string>
+
 #include "photographs.h"
-#include "rotation/estimate_rotation_pairs.h"
-#include "sources/condition_frame.h"
-#include "sources/lacewright.h"
-#include "sources/multi_view_aligner.h"
-#include "sources/rotation_stage.h"
+#include "platform/progress.h"
+#include "plugin/lacewright.h"
 
 #ifdef LACEWRIGHT_HAVE_OPENCV_STITCHING
 #include <opencv2/core/utility.hpp>
@@ -41,34 +38,44 @@ struct stage_times {
   double total() const { return extraction + matching + pairs + groups; }
 };
 
-// One run of the rotation request, stage by stage as the driver runs it.
+// Times the stages as the driver names them to the host's progress
+// reporter: each ends when the next begins, the last when the run does.
+struct stage_clock {
+  stage_times times;
+  double* current = nullptr;
+  clock_type::time_point started;
+
+  void switch_to(double* next) {
+    const auto now = clock_type::now();
+    if (current) *current += std::chrono::duration<double, std::milli>(now - started).count();
+    current = next;
+    started = now;
+  }
+
+  static void on_stage(void* context, const char* name, std::size_t) {
+    auto& clock = *static_cast<stage_clock*>(context);
+    const std::string stage = name;
+    clock.switch_to(stage == "extraction" ? &clock.times.extraction
+                    : stage == "matching" ? &clock.times.matching
+                    : stage == "pairs"    ? &clock.times.pairs
+                                          : &clock.times.groups);
+  }
+};
+
+// One run of the rotation request through the driver.
 stage_times align(const std::vector<grey_image>& images, int& group_count) {
   std::vector<grey_image> copies = images;  // conditioning works in place
   std::vector<AlignFrame> frames;
   for (grey_image& image : copies) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
   MultiViewParams params;
   params.requested_type = 1;
-  const FrameRect first{0, 0, frames[0].height, frames[0].width};
-  MultiViewAligner aligner(params, homography_projective, first, aligner_options{});
-  stage_times times;
-  auto start = clock_type::now();
-  for (AlignFrame& frame : frames) ConditionFrame(frame.height, frame.width, frame.pixels);
-  extract_features(aligner, frames);
-  times.extraction = milliseconds_since(start);
-  start = clock_type::now();
-  match_all_pairs(aligner);
-  times.matching = milliseconds_since(start);
-  start = clock_type::now();
-  pair_table<rotation_pair> rotations;
-  pair_table<bool> connected;
-  estimate_rotation_pairs(aligner, rotations, connected);
-  times.pairs = milliseconds_since(start);
-  start = clock_type::now();
-  run_rotation_stage(aligner, std::vector<FrameRect>(frames.size(), first), std::vector<bool>(frames.size(), false),
-                     rotations, connected);
-  times.groups = milliseconds_since(start);
+  stage_clock clock;
+  host::set_progress_reporter({&stage_clock::on_stage, nullptr, &clock});
+  MultiViewAlignMain(&params, &frames);
+  clock.switch_to(nullptr);
+  host::set_progress_reporter({});
   group_count = static_cast<int>(params.groupCount.size());
-  return times;
+  return clock.times;
 }
 
 #ifdef LACEWRIGHT_HAVE_OPENCV_STITCHING

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "sources/lacewright.h"
+#include "plugin/lacewright.h"
 #include "tools/default_scene.h"
 
 namespace {

@@ -1,16 +1,21 @@
 // The first stage of an alignment: a pyramid per frame, keypoints and
-// descriptors by the host's jobs, and one frame_features per usable frame in
-// the aligner.
+// descriptors by the host's jobs, and one frame_features per frame.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
-#include "sources/align_frame.h"
+#include "records/align_frame.h"
+#include "records/frame_features.h"
 
-class MultiViewAligner;
+// The features of one frame, with the frame's position in the list given.
+struct extracted_frame {
+  std::size_t frame;
+  frame_features_ptr features;
+};
 
 // Works through the frames in batches of the host's batch size; at most one
-// batch of pyramids exists at a time. Does nothing with fewer than two
-// frames. Appends to the aligner's features, sheet_ids, reduction_levels and
-// frame_rects, and counts frame_count up, frame by frame.
-void extract_features(MultiViewAligner& aligner, const std::vector<AlignFrame>& frames);
+// batch of pyramids exists at a time. Gives nothing for fewer than two
+// frames. A frame whose record cannot be made is reported and left out;
+// the others follow in frame order, each numbered by its place among them.
+std::vector<extracted_frame> extract_features(const std::vector<AlignFrame>& frames);

@@ -1,6 +1,6 @@
 #include "features/gaussian_kernel.h"
 
-#include "features/error_function.h"
+#include "numerics/error_function.h"
 
 gaussian_kernel::gaussian_kernel(float sigma) {
   const auto radius = static_cast<std::size_t>(static_cast<double>(sigma) * 3.5 + 0.5);

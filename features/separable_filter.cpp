@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "host/host_suites.h"
+#include "platform/host_suites.h"
 
 namespace {
 

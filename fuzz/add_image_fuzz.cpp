@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "fuzz/finding.h"
-#include "sources/image_list.h"
-#include "sources/lacewright.h"
+#include "plugin/image_list.h"
+#include "plugin/lacewright.h"
 
 namespace {
 

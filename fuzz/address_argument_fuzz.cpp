@@ -12,8 +12,8 @@
 #include <string>
 
 #include "fuzz/finding.h"
-#include "sources/address_argument.h"
-#include "sources/lacewright.h"
+#include "plugin/address_argument.h"
+#include "plugin/lacewright.h"
 
 namespace {
 

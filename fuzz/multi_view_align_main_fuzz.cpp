@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "fuzz/finding.h"
-#include "sources/alignment_report.h"
-#include "sources/lacewright.h"
+#include "plugin/alignment_report.h"
+#include "plugin/lacewright.h"
 #include "tools/default_scene.h"
 
 namespace {

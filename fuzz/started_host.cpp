@@ -1,6 +1,6 @@
 // The host starts its imaging library before any script call; intake
 // (ShrinkImage) and conditioning call through its suites.
-#include "sources/lacewright.h"
+#include "plugin/lacewright.h"
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   InitVerdaneLibrary(nullptr, true);

@@ -5,11 +5,11 @@
 #include <cmath>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "features/scale_space.h"
 #include "host/keypoint_jobs.h"
 #include "host/octave_planes.h"
-#include "host/progress.h"
+#include "platform/progress.h"
+#include "records/frame_features.h"
+#include "records/scale_space.h"
 
 namespace host {
 namespace {

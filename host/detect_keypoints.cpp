@@ -5,11 +5,11 @@
 #include <cmath>
 #include <vector>
 
-#include "features/scale_space.h"
-#include "host/keypoint_jobs.h"
 #include "host/extremum_kernels.h"
 #include "host/extremum_refinement.h"
+#include "host/keypoint_jobs.h"
 #include "host/octave_planes.h"
+#include "records/scale_space.h"
 
 namespace host {
 namespace {

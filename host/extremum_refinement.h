@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #include "host/octave_planes.h"
-#include "host/sift_records.h"
+#include "records/sift_records.h"
 
 namespace host {
 

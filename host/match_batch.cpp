@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "host/descriptor_kernels.h"
-#include "host/progress.h"
-#include "matching/match_job.h"
+#include "platform/progress.h"
+#include "records/match_job.h"
 
 namespace host {
 namespace {

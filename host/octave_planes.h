@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstdint>
 
-#include "features/scale_space.h"
 #include "host/gradient_kernels.h"
+#include "records/scale_space.h"
 
 namespace host {
 

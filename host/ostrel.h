@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "host/suite_entries.h"
+#include "platform/suite_entries.h"
 
 // A counted handle to a host object (a dictionary or a string).
 struct OstrelObject;

@@ -3,24 +3,23 @@
 #include <algorithm>
 #include <utility>
 
-#include "features/pointer_check.h"
-#include "host/host_suites.h"
 #include "matching/match_pair.h"
-#include "matching/pair_matches.h"
-#include "matching/pair_table.h"
-#include "matching/soft_requirement.h"
-#include "sources/multi_view_aligner.h"
+#include "platform/host_suites.h"
+#include "platform/pointer_check.h"
+#include "platform/soft_requirement.h"
+#include "records/pair_matches.h"
+#include "records/pair_table.h"
 
 namespace {
 
 using frame_pair = std::pair<std::size_t, std::size_t>;
 
 // The pairs in row order, with the rows of the table made ready.
-std::vector<frame_pair> list_pairs(MultiViewAligner& aligner, std::size_t n) {
+std::vector<frame_pair> list_pairs(pair_table<pair_matches_ptr>& pairs, std::size_t n) {
   std::vector<frame_pair> list;
   if (n == 1) return list;
   for (std::size_t i = 0; i + 1 < n; ++i) {
-    aligner.pairs.emplace_back();
+    pairs.emplace_back();
     for (std::size_t j = i + 1; j < n; ++j) list.emplace_back(i, j);
   }
   return list;
@@ -28,13 +27,14 @@ std::vector<frame_pair> list_pairs(MultiViewAligner& aligner, std::size_t n) {
 
 // Makes the record of a pair, appends it to its row and merges the pair's
 // raw matches into it.
-void record_pair(MultiViewAligner& aligner, const frame_pair& pair, const std::vector<raw_match>& raw) {
+void record_pair(const frame_list& frames, pair_table<pair_matches_ptr>& pairs, const frame_pair& pair,
+                 const std::vector<raw_match>& raw) {
   const auto [i, j] = pair;
   pair_matches_ptr record(new pair_matches);
-  record->first = aligner.features[i];
-  record->second = aligner.features[j];
-  aligner.pairs[i].push_back(record);
-  pair_matches* const appended = aligner.pairs[i].back().get();
+  record->first = frames[i];
+  record->second = frames[j];
+  pairs[i].push_back(record);
+  pair_matches* const appended = pairs[i].back().get();
   if (pointer_present(appended)) append_matches(*appended, raw);
 }
 
@@ -48,10 +48,9 @@ uint32_t match_raw(const uint8_t* descriptors_a, std::size_t count_a, const uint
   return static_cast<uint32_t>(found.size());
 }
 
-match_job job_for(const MultiViewAligner& aligner, const frame_pair& pair, vector_slot<raw_match>& out,
-                  uint32_t* scratch) {
-  const frame_features& a = *aligner.features[pair.first];
-  const frame_features& b = *aligner.features[pair.second];
+match_job job_for(const frame_list& frames, const frame_pair& pair, vector_slot<raw_match>& out, uint32_t* scratch) {
+  const frame_features& a = *frames[pair.first];
+  const frame_features& b = *frames[pair.second];
   match_job job;
   job.descriptors_a = descriptors_of(a);
   job.descriptors_b = descriptors_of(b);
@@ -66,12 +65,13 @@ match_job job_for(const MultiViewAligner& aligner, const frame_pair& pair, vecto
 // The pairs in batches of the host's batch size, each batch handed to
 // `run_batch`; `line` names the check of the pair count.
 template <class RunBatch>
-void match_in_batches(MultiViewAligner& aligner, int line, RunBatch run_batch) {
-  const auto n = static_cast<std::size_t>(aligner.frame_count);
+pair_table<pair_matches_ptr> match_in_batches(const frame_list& frames, int line, RunBatch run_batch) {
+  pair_table<pair_matches_ptr> pairs;
+  const std::size_t n = frames.size();
   const std::size_t pair_total = n * (n - 1) / 2;
   const auto batch = static_cast<std::size_t>(std::max(1, host::entry(host::batch_size_entry)()));
   std::size_t largest = 0;
-  for (const frame_features_ptr& frame : aligner.features) largest = std::max(largest, frame->features.size());
+  for (const frame_features_ptr& frame : frames) largest = std::max(largest, frame->features.size());
 
   std::vector<match_job> jobs;
   jobs.reserve(batch);
@@ -80,7 +80,7 @@ void match_in_batches(MultiViewAligner& aligner, int line, RunBatch run_batch) {
   // more; the host job keeps flags of its own.
   std::vector<uint32_t> scratch_area(batch * largest * 2);
 
-  const std::vector<frame_pair> list = list_pairs(aligner, n);
+  const std::vector<frame_pair> list = list_pairs(pairs, n);
   require(list.size() == pair_total, line);
 
   std::size_t next = 0;
@@ -92,40 +92,43 @@ void match_in_batches(MultiViewAligner& aligner, int line, RunBatch run_batch) {
         jobs.emplace_back();  // an empty slot: no descriptors, no output
         continue;
       }
-      jobs.push_back(job_for(aligner, list[next], raw[s], scratch_area.data() + s * largest));
+      jobs.push_back(job_for(frames, list[next], raw[s], scratch_area.data() + s * largest));
       ++next;
     }
     run_batch(&jobs);
     for (std::size_t p = batch_start; p < next; ++p) {
       vector_slot<raw_match>& slot = raw[p - batch_start];
-      record_pair(aligner, list[p], slot);
+      record_pair(frames, pairs, list[p], slot);
       slot.clear();
     }
     jobs.clear();
   }
+  return pairs;
 }
 
 }  // namespace
 
-void match_all_pairs(MultiViewAligner& aligner) {
-  match_in_batches(aligner, 390, host::entry(host::match_batch_entry));
+pair_table<pair_matches_ptr> match_all_pairs(const frame_list& frames) {
+  return match_in_batches(frames, 390, host::entry(host::match_batch_entry));
 }
 
-void match_all_pairs_job_by_job(MultiViewAligner& aligner) {
-  match_in_batches(aligner, 478, [](std::vector<match_job>* jobs) {
+pair_table<pair_matches_ptr> match_all_pairs_job_by_job(const frame_list& frames) {
+  return match_in_batches(frames, 478, [](std::vector<match_job>* jobs) {
     for (match_job& job : *jobs) {
       if (job.out) job.match_count = match_raw(job.descriptors_a, job.count_a, job.descriptors_b, job.count_b, *job.out);
     }
   });
 }
 
-void match_all_pairs_pair_by_pair(MultiViewAligner& aligner) {
+pair_table<pair_matches_ptr> match_all_pairs_pair_by_pair(const frame_list& frames) {
+  pair_table<pair_matches_ptr> pairs;
   std::vector<raw_match> raw;
-  for (const frame_pair& pair : list_pairs(aligner, static_cast<std::size_t>(aligner.frame_count))) {
-    const frame_features& a = *aligner.features[pair.first];
-    const frame_features& b = *aligner.features[pair.second];
+  for (const frame_pair& pair : list_pairs(pairs, frames.size())) {
+    const frame_features& a = *frames[pair.first];
+    const frame_features& b = *frames[pair.second];
     match_raw(descriptors_of(a), a.features.size(), descriptors_of(b), b.features.size(), raw);
-    record_pair(aligner, pair, raw);
+    record_pair(frames, pairs, pair, raw);
     raw.clear();
   }
+  return pairs;
 }

@@ -13,8 +13,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "matching/feature_match.h"
+#include "records/feature_match.h"
+#include "records/frame_features.h"
 
 // The pair stage's ratio: the float 1.35 (0x3FACCCCD).
 inline constexpr float match_ratio = 1.35f;

@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "mvg/matrix_3x3.h"
+#include "numerics/matrix_3x3.h"
 #include "rotation/camera_refusal.h"
 
 template <class Lens>

@@ -5,7 +5,7 @@
 #include <limits>
 #include <optional>
 
-#include "mvg/matrix_3x3.h"
+#include "numerics/matrix_3x3.h"
 #include "rotation/up_direction.h"
 #include "transforms/cylinder_range.h"
 

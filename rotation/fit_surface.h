@@ -7,9 +7,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "mvg/nview_manager.h"
+#include "graph/nview_manager.h"
+#include "records/align_frame.h"
 #include "rotation/refine_cameras.h"
-#include "sources/align_frame.h"
 
 struct surface_fit {
   std::vector<bool> on_cylinder;  // per image

@@ -7,9 +7,9 @@
 #include <cstddef>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "mvg/feature_tracks.h"
-#include "mvg/lens_record.h"
+#include "graph/feature_tracks.h"
+#include "records/frame_features.h"
+#include "records/lens_record.h"
 #include "rotation/camera_group.h"
 
 struct camera_refinement_options {

@@ -7,8 +7,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "mvg/feature_tracks.h"
+#include "graph/feature_tracks.h"
+#include "records/frame_features.h"
 #include "rotation/camera_group.h"
 #include "rotation/fisheye_projection.h"
 #include "rotation/fisheye_sharing.h"

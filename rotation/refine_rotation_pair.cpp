@@ -3,8 +3,8 @@
 #include <array>
 #include <optional>
 
-#include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
+#include "numerics/matrix_3x3.h"
+#include "numerics/rodrigues.h"
 #include "rotation/camera_refusal.h"
 #include "rotation/rotation_camera.h"
 #include "rotation/spherical_position.h"

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "mvg/rodrigues.h"
+#include "numerics/rodrigues.h"
 #include "rotation/rotation_camera.h"
 
 namespace rotation_camera_detail {

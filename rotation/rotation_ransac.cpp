@@ -3,7 +3,7 @@
 #include <array>
 #include <cmath>
 
-#include "rotation/subset_sampler.h"
+#include "geometry/subset_sampler.h"
 
 namespace {
 

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "mvg/matrix_3x3.h"
-#include "mvg/quadratic_roots.h"
-#include "mvg/svd.h"
-#include "rotation/real_polynomial_roots.h"
+#include "numerics/matrix_3x3.h"
+#include "numerics/quadratic_roots.h"
+#include "numerics/real_polynomial_roots.h"
+#include "numerics/svd.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <functional>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "mvg/feature_tracks.h"
+#include "graph/feature_tracks.h"
+#include "records/frame_features.h"
 #include "rotation/three_point_rotation.h"
 #include "solvers/bundle_adjuster.h"
 

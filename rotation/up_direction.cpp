@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
-#include "mvg/rodrigues.h"
-#include "mvg/symmetric_eigen.h"
-#include "rotation/subset_sampler.h"
+#include "geometry/subset_sampler.h"
+#include "numerics/rodrigues.h"
+#include "numerics/symmetric_eigen.h"
 
 namespace {
 

@@ -53,8 +53,8 @@
 #include <string>
 #include <vector>
 
-#include "mvg/dense_matrix.h"
-#include "mvg/linear_solve.h"
+#include "numerics/dense_matrix.h"
+#include "numerics/linear_solve.h"
 #include "solvers/camera_sharing.h"
 #include "solvers/lm_control.h"
 #include "solvers/normal_blocks.h"

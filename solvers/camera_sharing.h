@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "mvg/lens_record.h"
+#include "records/lens_record.h"
 
 struct sharing_mode {
   int shared_focal;

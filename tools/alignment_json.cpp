@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "sources/transformation_type.h"
+#include "pipeline/transformation_type.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"

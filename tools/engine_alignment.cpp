@@ -1,9 +1,9 @@
 #include "tools/engine_alignment.h"
 
-#include "sources/align_image_list.h"
-#include "sources/alignment_report.h"
-#include "sources/image_list.h"
-#include "sources/script_value.h"
+#include "plugin/align_image_list.h"
+#include "plugin/alignment_report.h"
+#include "plugin/image_list.h"
+#include "plugin/script_value.h"
 
 namespace lacewright_tool {
 

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "sources/multi_view_params.h"
-#include "sources/rotation_group_cameras.h"
+#include "pipeline/multi_view_params.h"
+#include "pipeline/rotation_group_cameras.h"
 #include "tools/frame_scale.h"
 #include "tools/image_file.h"
 #include "tools/plugin_session.h"

@@ -5,7 +5,7 @@
 #include <numbers>
 #include <sstream>
 
-#include "mvg/matrix_3x3.h"
+#include "numerics/matrix_3x3.h"
 
 namespace lacewright_tool {
 namespace {

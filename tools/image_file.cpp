@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "sources/intake_reduction.h"
+#include "plugin/intake_reduction.h"
 #include "tools/libvips_start.h"
 
 namespace lacewright_tool {

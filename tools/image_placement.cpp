@@ -5,9 +5,9 @@
 #include <limits>
 #include <numbers>
 
-#include "mvg/matrix_3x3.h"
+#include "numerics/matrix_3x3.h"
+#include "pipeline/transformation_type.h"
 #include "rotation/up_direction.h"
-#include "sources/transformation_type.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"

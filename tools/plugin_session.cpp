@@ -3,7 +3,7 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "sources/lacewright.h"
+#include "plugin/lacewright.h"
 
 namespace lacewright_tool {
 namespace {

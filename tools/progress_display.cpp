@@ -1,6 +1,6 @@
 #include "tools/progress_display.h"
 
-#include "host/progress.h"
+#include "platform/progress.h"
 
 namespace lacewright_tool {
 namespace {

@@ -1,8 +1,8 @@
 // How much of an image the group's reference image covers, from 0 to 1.
 #pragma once
 
-#include "sources/align_frame.h"
-#include "sources/export.h"
+#include "records/align_frame.h"
+#include "records/export.h"
 #include "transforms/pixel_transform.h"
 
 // `base` is the reference image's transform (null: the image itself is the

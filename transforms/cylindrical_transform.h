@@ -10,7 +10,7 @@
 
 #include <cstdint>
 
-#include "sources/align_frame.h"
+#include "records/align_frame.h"
 #include "transforms/cylinder_point.h"
 #include "transforms/pixel_transform.h"
 #include "transforms/simple_camera_parameters.h"

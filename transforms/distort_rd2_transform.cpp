@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <string>
 
-#include "host/debug_channel.h"
+#include "platform/debug_channel.h"
 
 namespace {
 

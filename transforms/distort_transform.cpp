@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "host/debug_channel.h"
+#include "platform/debug_channel.h"
 #include "transforms/int32_arithmetic.h"
 #include "transforms/round_corner.h"
 #include "transforms/square_to_quad.h"

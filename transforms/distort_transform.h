@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "sources/align_frame.h"
+#include "records/align_frame.h"
 #include "transforms/pixel_transform.h"
 
 class DistortTransform : public PixelTransform {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "host/debug_channel.h"
+#include "platform/debug_channel.h"
 
 // Defined here, with every virtual operation, so that the class's virtual
 // table lives only inside the library.

@@ -6,12 +6,13 @@
 #include <cstring>
 #include <random>
 
+#include "allocation_counter.h"
 #include "feature_test_support.h"
-#include "features/scale_space.h"
+#include "features/pyramid.h"
 #include "host/keypoint_jobs.h"
 #include "host/ostrel.h"
 #include "photographs.h"
-#include "tests/mvg/allocation_counter.h"
+#include "records/scale_space.h"
 
 namespace {
 
@@ -44,19 +45,16 @@ TEST(ExtractFeatures, a_single_frame_is_not_worth_features) {
 
 TEST(ExtractFeatures, records_carry_sizes_centres_positions_and_packed_descriptors) {
   grey_image a = textured(160, 120, 2), blank{4, 3, std::vector<uint8_t>(12, 90)}, b = textured(120, 160, 3);
-  MultiViewParams params;
-  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-  AlignFrame frames[3] = {a.frame(7), blank.frame(8), b.frame(9)};
-  frames[1].reduction_level = 2;
-  extract_features(aligner, {frames[0], frames[1], frames[2]});
+  const std::vector<extracted_frame> extracted = extract_features({a.frame(7), blank.frame(8), b.frame(9)});
 
-  ASSERT_EQ(3u, aligner.frame_count);
-  EXPECT_EQ((std::vector<int32_t>{7, 8, 9}), aligner.sheet_ids);
-  EXPECT_EQ((std::vector<int16_t>{0, 2, 0}), aligner.reduction_levels);
-  EXPECT_EQ((FrameRect{0, 0, 3, 4}), aligner.frame_rects[1]);
-  EXPECT_EQ((FrameRect{0, 0, 160, 120}), aligner.frame_rects[2]);
+  ASSERT_EQ(3u, extracted.size());
+  for (std::size_t f = 0; f < 3; ++f) EXPECT_EQ(f, extracted[f].frame);
+  EXPECT_EQ(4.0, extracted[1].features->width);
+  EXPECT_EQ(3.0, extracted[1].features->height);
+  EXPECT_EQ(120.0, extracted[2].features->width);
+  EXPECT_EQ(160.0, extracted[2].features->height);
 
-  const frame_features& empty = *aligner.features[1];
+  const frame_features& empty = *extracted[1].features;
   EXPECT_EQ(1u, empty.frame_position);
   EXPECT_EQ(1.5, empty.center_x);
   EXPECT_EQ(1.0, empty.center_y);
@@ -66,11 +64,11 @@ TEST(ExtractFeatures, records_carry_sizes_centres_positions_and_packed_descripto
   EXPECT_EQ(nullptr, descriptors_of(empty));
 
   for (const std::size_t f : {0u, 2u}) {
-    const frame_features& record = *aligner.features[f];
+    const frame_features& record = *extracted[f].features;
     const std::size_t n = record.features.size();
     ASSERT_GT(n, 20u);
     EXPECT_EQ(f, record.frame_position);
-    EXPECT_EQ(1u, record.ref_count);  // held by the aligner alone
+    EXPECT_EQ(1u, record.ref_count);  // held by the extraction's list alone
     ASSERT_EQ(n, record.feature_points.size());
     EXPECT_EQ(128 * n + 16, record.packed_descriptors.size());
     const uint8_t* packed = descriptors_of(record);

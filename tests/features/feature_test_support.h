@@ -4,18 +4,16 @@
 #include <vector>
 
 #include "features/extract_features.h"
-#include "features/frame_features.h"
-#include "sources/multi_view_aligner.h"
+#include "records/frame_features.h"
 
 namespace test_support {
 
-// The features of each frame, extracted as the aligner does (at least two
+// The features of each frame, as the driver takes them (at least two
 // frames).
 inline std::vector<frame_features_ptr> features_of(const std::vector<AlignFrame>& frames) {
-  MultiViewParams params;
-  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-  extract_features(aligner, frames);
-  return aligner.features;
+  std::vector<frame_features_ptr> features;
+  for (extracted_frame& extracted : extract_features(frames)) features.push_back(std::move(extracted.features));
+  return features;
 }
 
 }  // namespace test_support

@@ -4,8 +4,9 @@
 
 #include <vector>
 
-#include "features/scale_space.h"
+#include "features/pyramid.h"
 #include "photographs.h"
+#include "records/scale_space.h"
 
 namespace {
 

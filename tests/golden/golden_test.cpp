@@ -13,14 +13,14 @@
 #include <string>
 #include <vector>
 
-#include "features/frame_features.h"
-#include "features/scale_space.h"
-#include "host/host_suites.h"
 #include "photographs.h"
-#include "sources/align_image_list.h"
-#include "sources/alignment_report.h"
-#include "sources/image_list.h"
-#include "sources/lacewright.h"
+#include "platform/host_suites.h"
+#include "plugin/align_image_list.h"
+#include "plugin/alignment_report.h"
+#include "plugin/image_list.h"
+#include "plugin/lacewright.h"
+#include "records/frame_features.h"
+#include "records/scale_space.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"

@@ -4,8 +4,8 @@
 
 #include <cmath>
 
-#include "features/scale_space.h"
 #include "host/extremum_refinement.h"
+#include "records/scale_space.h"
 
 namespace {
 

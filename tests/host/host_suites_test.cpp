@@ -4,9 +4,10 @@
 
 #include <stdexcept>
 
-#include "host/host_suites.h"
+#include "host/engine_suites.h"
 #include "host/ostrel.h"
-#include "host/vector_length.h"
+#include "platform/host_suites.h"
+#include "records/vector_length.h"
 
 namespace {
 

@@ -7,15 +7,12 @@
 #include <string>
 
 #include "descriptors.h"
-#include "features/extract_features.h"
-#include "features/pointer_check.h"
-#include "photographs.h"
-#include "host/host_suites.h"
+#include "feature_test_support.h"
 #include "host/ostrel.h"
 #include "matching/match_all_pairs.h"
 #include "matching/match_pair.h"
-#include "matching/soft_requirement.h"
-#include "sources/multi_view_aligner.h"
+#include "photographs.h"
+#include "platform/host_suites.h"
 
 namespace {
 
@@ -37,15 +34,11 @@ frame_features_ptr frame_with(std::size_t count, unsigned seed, std::size_t posi
   return frame;
 }
 
-struct stage_run {
-  MultiViewParams params;
-  MultiViewAligner aligner{params, homography_projective, FrameRect{}, aligner_options{}};
-
-  explicit stage_run(const std::vector<std::size_t>& counts) {
-    for (std::size_t f = 0; f < counts.size(); ++f) aligner.features.push_back(frame_with(counts[f], 11 + static_cast<unsigned>(f), f));
-    aligner.frame_count = counts.size();
-  }
-};
+frame_list frames_with(const std::vector<std::size_t>& counts) {
+  frame_list frames;
+  for (std::size_t f = 0; f < counts.size(); ++f) frames.push_back(frame_with(counts[f], 11 + static_cast<unsigned>(f), f));
+  return frames;
+}
 
 // Counts the host job's calls and their empty slots while it lives.
 struct watched_job {
@@ -74,16 +67,15 @@ class MatchAllPairs : public testing::Test {
 };
 
 TEST_F(MatchAllPairs, the_table_has_a_row_per_frame_but_the_last_and_a_record_per_pair) {
-  stage_run run({40, 0, 55, 61});
-  match_all_pairs(run.aligner);
-  const auto& pairs = run.aligner.pairs;
+  const frame_list frames = frames_with({40, 0, 55, 61});
+  const auto pairs = match_all_pairs(frames);
   ASSERT_EQ(3u, pairs.size());
   for (std::size_t i = 0; i < 3; ++i) {
     ASSERT_EQ(3 - i, pairs[i].size());
     for (std::size_t j = i + 1; j < 4; ++j) {
       const pair_matches& record = *pairs[i][j - i - 1];
-      EXPECT_EQ(run.aligner.features[i], record.first);
-      EXPECT_EQ(run.aligner.features[j], record.second);
+      EXPECT_EQ(frames[i], record.first);
+      EXPECT_EQ(frames[j], record.second);
       EXPECT_EQ(0u, record.inlier_count);
       if (i == 1 || j == 1) {
         EXPECT_TRUE(record.matches.empty());  // the frame without features
@@ -91,7 +83,7 @@ TEST_F(MatchAllPairs, the_table_has_a_row_per_frame_but_the_last_and_a_record_pe
     }
   }
   EXPECT_FALSE(pairs[0][1]->matches.empty());
-  EXPECT_EQ(4u, run.aligner.features[1]->ref_count);  // the aligner and its three pairs' records
+  EXPECT_EQ(4u, frames[1]->ref_count);  // the frame list and its three pairs' records
 }
 
 TEST_F(MatchAllPairs, batches_end_with_empty_slots_and_a_call_even_when_all_are_empty) {
@@ -110,37 +102,39 @@ TEST_F(MatchAllPairs, batches_end_with_empty_slots_and_a_call_even_when_all_are_
   };
   for (const expectation& c : cases) {
     OstrelSetBatchSize(c.batch);
-    stage_run run(std::vector<std::size_t>(c.frames, 30));
+    const frame_list frames = frames_with(std::vector<std::size_t>(c.frames, 30));
     const watched_job watch;
-    match_all_pairs(run.aligner);
+    const auto pairs = match_all_pairs(frames);
     EXPECT_EQ(c.calls, watched_job::calls) << c.frames << " frames, batch " << c.batch;
     EXPECT_EQ(c.empty_slots, watched_job::empty_slots) << c.frames << " frames, batch " << c.batch;
-    EXPECT_EQ(c.frames - (c.frames > 0 ? 1 : 0), run.aligner.pairs.size());
+    EXPECT_EQ(c.frames - (c.frames > 0 ? 1 : 0), pairs.size());
   }
 }
 
 // Every record of `run` equals the record of the same pair in `reference`,
 // its index by the second frame included.
-void expect_equal_records(const MultiViewAligner& reference, const MultiViewAligner& run, const std::string& what) {
-  ASSERT_EQ(reference.pairs.size(), run.pairs.size()) << what;
-  for (std::size_t i = 0; i < run.pairs.size(); ++i) {
-    ASSERT_EQ(reference.pairs[i].size(), run.pairs[i].size()) << what;
-    for (std::size_t k = 0; k < run.pairs[i].size(); ++k) {
-      EXPECT_EQ(reference.pairs[i][k]->matches, run.pairs[i][k]->matches) << what << ", pair " << i << ", " << i + k + 1;
-      EXPECT_EQ(reference.pairs[i][k]->index_by_b, run.pairs[i][k]->index_by_b) << what << ", pair " << i << ", " << i + k + 1;
+using table = pair_table<pair_matches_ptr>;
+
+void expect_equal_records(const table& reference, const table& run, const std::string& what) {
+  ASSERT_EQ(reference.size(), run.size()) << what;
+  for (std::size_t i = 0; i < run.size(); ++i) {
+    ASSERT_EQ(reference[i].size(), run[i].size()) << what;
+    for (std::size_t k = 0; k < run[i].size(); ++k) {
+      EXPECT_EQ(reference[i][k]->matches, run[i][k]->matches) << what << ", pair " << i << ", " << i + k + 1;
+      EXPECT_EQ(reference[i][k]->index_by_b, run[i][k]->index_by_b) << what << ", pair " << i << ", " << i + k + 1;
     }
   }
 }
 
 TEST_F(MatchAllPairs, the_sequential_forms_match_pair_by_pair_and_index_by_the_second_frame) {
-  stage_run run({300, 1, 250, 280, 1, 0, 260});
-  match_all_pairs_pair_by_pair(run.aligner);
+  const frame_list frames = frames_with({300, 1, 250, 280, 1, 0, 260});
+  const table pairs = match_all_pairs_pair_by_pair(frames);
   std::size_t p = 0;
   for (std::size_t i = 0; i + 1 < 7; ++i) {
     for (std::size_t j = i + 1; j < 7; ++j, ++p) {
-      const pair_matches& record = *run.aligner.pairs[i][j - i - 1];
+      const pair_matches& record = *pairs[i][j - i - 1];
       std::vector<feature_match> expected;
-      match_pair(*run.aligner.features[i], *run.aligner.features[j], match_ratio, expected);
+      match_pair(*frames[i], *frames[j], match_ratio, expected);
       EXPECT_EQ(expected, record.matches) << "pair " << p;
       ASSERT_EQ(record.matches.size(), record.index_by_b.size());
       for (std::size_t k = 0; k < record.index_by_b.size(); ++k) {
@@ -153,13 +147,12 @@ TEST_F(MatchAllPairs, the_sequential_forms_match_pair_by_pair_and_index_by_the_s
     }
   }
   // The lone features of frames 1 and 4 match each other by default.
-  EXPECT_EQ((std::vector<feature_match>{{0, 0, 0.0f, 0}}), run.aligner.pairs[1][2]->matches);
+  EXPECT_EQ((std::vector<feature_match>{{0, 0, 0.0f, 0}}), pairs[1][2]->matches);
 
   for (const int batch : {1, 4, 21}) {
     OstrelSetBatchSize(batch);
-    stage_run in_jobs({300, 1, 250, 280, 1, 0, 260});
-    match_all_pairs_job_by_job(in_jobs.aligner);
-    expect_equal_records(run.aligner, in_jobs.aligner, "jobs in batches of " + std::to_string(batch));
+    const table in_jobs = match_all_pairs_job_by_job(frames_with({300, 1, 250, 280, 1, 0, 260}));
+    expect_equal_records(pairs, in_jobs, "jobs in batches of " + std::to_string(batch));
   }
 }
 
@@ -168,15 +161,14 @@ TEST_F(MatchAllPairs, records_equal_the_sequential_forms_for_any_batch_and_threa
   const int threads = omp_get_max_threads();
   for (const auto& [batch, thread_count] : {std::pair{1, 1}, std::pair{4, 2}, std::pair{7, 2}, std::pair{21, 3}}) {
     OstrelSetBatchSize(batch);
-    stage_run pair_by_pair(counts), job_by_job(counts), run(counts);
-    match_all_pairs_pair_by_pair(pair_by_pair.aligner);
-    match_all_pairs_job_by_job(job_by_job.aligner);
+    const table pair_by_pair = match_all_pairs_pair_by_pair(frames_with(counts));
+    const table job_by_job = match_all_pairs_job_by_job(frames_with(counts));
     omp_set_num_threads(thread_count);
-    match_all_pairs(run.aligner);
+    const table run = match_all_pairs(frames_with(counts));
     omp_set_num_threads(threads);
     const std::string what = "batch " + std::to_string(batch) + ", threads " + std::to_string(thread_count);
-    expect_equal_records(pair_by_pair.aligner, run.aligner, what);
-    expect_equal_records(job_by_job.aligner, run.aligner, what);
+    expect_equal_records(pair_by_pair, run, what);
+    expect_equal_records(job_by_job, run, what);
   }
 }
 
@@ -187,21 +179,15 @@ TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_by_pair
   std::vector<AlignFrame> frames;
   for (const auto& path : paths) images.push_back(read_grey(path));
   for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
-  MultiViewParams params;
-  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-  extract_features(aligner, frames);
-  MultiViewAligner reference(params, homography_projective, FrameRect{}, aligner_options{});
-  reference.features = aligner.features;
-  reference.frame_count = aligner.frame_count;
-  match_all_pairs_pair_by_pair(reference);
-  match_all_pairs(aligner);
-  expect_equal_records(reference, aligner, "rainier");
+  const frame_list features = features_of(frames);
+  const table pairs = match_all_pairs(features);
+  expect_equal_records(match_all_pairs_pair_by_pair(features), pairs, "rainier");
   std::size_t total = 0;
-  for (const auto& row : aligner.pairs) {
+  for (const auto& row : pairs) {
     for (const pair_matches_ptr& record : row) total += record->matches.size();
   }
   // Neighbouring views of the set overlap: each has dozens of matches.
-  for (std::size_t i = 0; i + 1 < frames.size(); ++i) EXPECT_GT(aligner.pairs[i][0]->matches.size(), 30u) << i;
+  for (std::size_t i = 0; i + 1 < frames.size(); ++i) EXPECT_GT(pairs[i][0]->matches.size(), 30u) << i;
   EXPECT_GT(total, 300u);
 }
 
@@ -215,21 +201,6 @@ TEST(AppendMatches, later_calls_continue_the_positions_and_keep_each_part_sorted
   EXPECT_EQ((feature_match{0, 7, 0.75f, 0}), pair.matches[2]);
   const std::vector<std::pair<uint64_t, uint64_t>> index = {{2, 0}, {9, 1}, {7, 2}};
   EXPECT_EQ(index, pair.index_by_b);
-}
-
-TEST(PointerCheck, a_missing_record_is_reported_and_a_present_one_is_not) {
-  testing::internal::CaptureStderr();
-  const int value = 0;
-  EXPECT_TRUE(pointer_present(&value));
-  EXPECT_FALSE(pointer_present(nullptr));
-  EXPECT_EQ("NULL Pointer!\n", testing::internal::GetCapturedStderr());
-}
-
-TEST(SoftRequirement, a_failed_requirement_names_the_aligner_and_the_line) {
-  testing::internal::CaptureStderr();
-  require(true, 1);
-  require(false, 390);
-  EXPECT_EQ("REQUIRE failed ..\\..\\verdane\\sources\\MultiViewAligner 390\n", testing::internal::GetCapturedStderr());
 }
 
 }  // namespace

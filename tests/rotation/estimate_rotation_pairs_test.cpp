@@ -7,11 +7,10 @@
 #include <cstdlib>
 #include <vector>
 
-#include "features/extract_features.h"
+#include "feature_test_support.h"
 #include "matching/match_all_pairs.h"
 #include "photographs.h"
 #include "rotation/estimate_rotation_pairs.h"
-#include "sources/multi_view_aligner.h"
 
 namespace {
 
@@ -29,16 +28,13 @@ set_result estimate_set(const std::string& name) {
   std::vector<AlignFrame> frames;
   for (const auto& path : photograph_set(name)) images.push_back(read_grey(path));
   for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
-  MultiViewParams params;
-  params.requested_type = 1;
-  MultiViewAligner aligner(params, homography_projective, FrameRect{}, aligner_options{});
-  extract_features(aligner, frames);
-  match_all_pairs(aligner);
+  const auto pairs = match_all_pairs(features_of(frames));
   set_result result;
   result.frames = frames.size();
   std::srand(1);
-  estimate_rotation_pairs(aligner, result.pairs, result.connected);
-  for (std::size_t i = 0; i + 1 < frames.size(); ++i) result.inliers.push_back(aligner.pairs[i][0]->inlier_count);
+  // The thresholds and the robust refinement of the driver's runs.
+  estimate_rotation_pairs(pairs, frames.size(), {3.0, {true, 2.0}}, result.pairs, result.connected);
+  for (std::size_t i = 0; i + 1 < frames.size(); ++i) result.inliers.push_back(pairs[i][0]->inlier_count);
   return result;
 }
 

@@ -9,7 +9,7 @@
 #include <cstdio>
 
 #include "fisheye_rig.h"
-#include "mvg/feature_tracks.h"
+#include "graph/feature_tracks.h"
 #include "rotation/construct_fisheye_projection.h"
 #include "rotation/refine_fisheye_cameras.h"
 

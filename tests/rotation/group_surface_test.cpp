@@ -8,8 +8,8 @@
 #include <numbers>
 #include <vector>
 
-#include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
+#include "numerics/matrix_3x3.h"
+#include "numerics/rodrigues.h"
 #include "rotation/fit_surface.h"
 #include "rotation/up_direction.h"
 #include "rotation_rig.h"

@@ -10,13 +10,13 @@
 #include <random>
 #include <vector>
 
-#include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
+#include "allocation_counter.h"
+#include "geometry/subset_sampler.h"
+#include "numerics/matrix_3x3.h"
+#include "numerics/rodrigues.h"
 #include "rotation/refine_rotation_pair.h"
 #include "rotation/rotation_ransac.h"
-#include "rotation/subset_sampler.h"
 #include "rotation/three_point_rotation.h"
-#include "tests/mvg/allocation_counter.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "least_squares_problems.h"
-#include "mvg/linear_solve.h"
+#include "numerics/linear_solve.h"
 #include "solvers/dense_levenberg_marquardt.h"
 #include "solvers/minpack.h"
 #include "solvers/sparse_levenberg_marquardt.h"

@@ -11,8 +11,8 @@
 #include <random>
 #include <vector>
 
-#include "mvg/correspondences.h"
-#include "mvg/h_matrix_2d.h"
+#include "geometry/h_matrix_2d.h"
+#include "records/correspondences.h"
 
 namespace test_support {
 

@@ -5,8 +5,8 @@
 
 #include <cstddef>
 
-#include "features/frame_features.h"
 #include "photographs.h"
+#include "records/frame_features.h"
 
 namespace test_support {
 

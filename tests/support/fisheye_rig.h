@@ -14,8 +14,8 @@
 #include <random>
 #include <vector>
 
-#include "mvg/nview_manager.h"
-#include "mvg/rodrigues.h"
+#include "graph/nview_manager.h"
+#include "numerics/rodrigues.h"
 #include "rotation/fisheye_projection.h"
 #include "rotation/fisheye_sharing.h"
 #include "solvers/bundle_adjuster.h"

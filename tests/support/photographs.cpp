@@ -8,7 +8,7 @@
 #include <numbers>
 #include <stdexcept>
 
-#include "sources/grey_from_pixel.h"
+#include "records/grey_from_pixel.h"
 
 namespace test_support {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sources/align_frame.h"
+#include "records/align_frame.h"
 
 namespace test_support {
 

@@ -10,7 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "mvg/rodrigues.h"
+#include "numerics/rodrigues.h"
 #include "solvers/bundle_adjuster.h"
 
 namespace test_support {

@@ -9,8 +9,8 @@
 #include <numbers>
 #include <vector>
 
-#include "mvg/matrix_3x3.h"
-#include "mvg/rodrigues.h"
+#include "numerics/matrix_3x3.h"
+#include "numerics/rodrigues.h"
 #include "photographs.h"
 
 namespace test_support {

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "sources/intake_reduction.h"
+#include "plugin/intake_reduction.h"
 #include "tool_test_support.h"
 #include "tools/image_file.h"
 

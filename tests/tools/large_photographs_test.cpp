@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "mvg/matrix_3x3.h"
+#include "numerics/matrix_3x3.h"
 #include "photographs.h"
 #include "tool_test_support.h"
 #include "turning_views.h"

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "mvg/rodrigues.h"
+#include "numerics/rodrigues.h"
 #include "tools/command_line.h"
 #include "tools/frame_scale.h"
 #include "tools/hugin_project.h"

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "host/debug_channel.h"
+#include "platform/debug_channel.h"
 
 class debug_capture {
  public:

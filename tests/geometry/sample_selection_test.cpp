@@ -1,0 +1,95 @@
+// The samples of the robust search: subset counts and the lexicographic
+// walk of the exhaustive mode, and the rand()-driven shuffle of the random
+// mode with its call count.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <numeric>
+#include <vector>
+
+#include "geometry/random_shuffle_indices.h"
+#include "geometry/subset_enumeration.h"
+
+namespace {
+
+// What rand() gives after `calls` calls from `seed`.
+int rand_after(unsigned seed, std::size_t calls) {
+  std::srand(seed);
+  for (std::size_t i = 0; i < calls; ++i) std::rand();
+  return std::rand();
+}
+
+std::vector<std::size_t> identity_indices(std::size_t n) {
+  std::vector<std::size_t> indices(n);
+  std::iota(indices.begin(), indices.end(), std::size_t{0});
+  return indices;
+}
+
+TEST(SubsetCount, counts_k_subsets_of_n) {
+  EXPECT_EQ(1u, subset_count(4, 4));
+  EXPECT_EQ(5u, subset_count(5, 4));
+  EXPECT_EQ(715u, subset_count(13, 4));
+  EXPECT_EQ(12650u, subset_count(25, 4));
+  EXPECT_EQ(10u, subset_count(10, 1));
+  EXPECT_EQ(3u, subset_count(3, 2));
+  EXPECT_EQ(487635u, subset_count(60, 4));
+  EXPECT_EQ(166167000u, subset_count(1000, 3));
+  EXPECT_EQ(45u, subset_count(10, 8));
+}
+
+TEST(AdvanceSubset, walks_every_subset_once_in_lexicographic_order) {
+  const std::size_t n = 6;
+  std::vector<std::vector<std::size_t>> expected;
+  for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t j = i + 1; j < n; ++j) {
+      for (std::size_t k = j + 1; k < n; ++k) expected.push_back({i, j, k});
+    }
+  }
+  ASSERT_EQ(subset_count(n, 3), expected.size());
+  std::vector<std::size_t> subset = identity_indices(3);
+  for (const auto& next : expected) {
+    EXPECT_EQ(next, subset);
+    advance_subset(subset, n);
+  }
+
+  std::vector<std::size_t> single = {0};
+  for (std::size_t i = 1; i < 5; ++i) {
+    advance_subset(single, 5);
+    EXPECT_EQ(i, single[0]);
+  }
+}
+
+TEST(RandomShuffleIndices, swaps_each_position_with_15_random_bits_modulo_its_count) {
+  // Below 32768 one call serves a position; from there a second call is
+  // shifted in below the first.
+  const std::size_t n = 33000;
+  std::srand(5);
+  std::vector<std::size_t> expected = identity_indices(n);
+  for (std::size_t p = 1; p < n; ++p) {
+    const std::size_t m = p + 1;
+    uint32_t r = static_cast<uint32_t>(std::rand()) & 0x7FFF;
+    if (m >= 32768) r = (r << 15) | (static_cast<uint32_t>(std::rand()) & 0x7FFF);
+    std::swap(expected[p], expected[r % m]);
+  }
+  std::srand(5);
+  std::vector<std::size_t> shuffled = identity_indices(n);
+  random_shuffle_indices(shuffled);
+  EXPECT_EQ(expected, shuffled);
+}
+
+TEST(RandomShuffleIndices, calls_rand_once_per_position_and_twice_from_32768_on) {
+  for (const std::size_t n : {std::size_t{0}, std::size_t{1}, std::size_t{25}, std::size_t{40000}}) {
+    std::vector<std::size_t> indices = identity_indices(n);
+    std::srand(9);
+    random_shuffle_indices(indices);
+    const int next = std::rand();
+    const std::size_t calls = (n > 1 ? n - 1 : 0) + (n > 32767 ? n - 32767 : 0);
+    EXPECT_EQ(rand_after(9, calls), next) << n;
+    std::sort(indices.begin(), indices.end());
+    EXPECT_EQ(identity_indices(n), indices) << n;
+  }
+}
+
+}  // namespace
