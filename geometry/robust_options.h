@@ -6,7 +6,6 @@
 #include <cstdint>
 
 struct robust_options {
-  bool enabled = true;             // set by callers, read by nobody
   uint64_t max_iterations = 1500;  // limit of the samples tried
   double confidence = 0.99;        // wished chance of having drawn a clean sample
   double threshold = 0.0;          // limit of the squared transfer error: 2 t^2 for a tolerance of t pixels

@@ -1,63 +1,72 @@
-// The samples of the small random searches: every subset of K of n in
-// lexicographic order when there are at most `limit` of them, otherwise
-// subsets drawn with the process's rand(), 15 bits a call, by selection
-// sampling (each index in turn taken with the probability needed /
-// remaining). The generator is never seeded here: the order of the rand()
-// calls is part of the results.
+// The samples of the robust search: every k-subset of n in lexicographic
+// order when there are at most `limit` of them, otherwise drawn at random
+// with the process's rand(), 15 bits a call. The generator is never seeded
+// here: the order of the rand() calls is part of the results.
+//
+// Two ways of drawing serve the searches, each kept exactly as their
+// results were made with:
+//   shuffled_prefix   the whole index array shuffled by
+//                     random_shuffle_indices, each shuffle from the last
+//                     permutation; the sample is its first k entries
+//   selected_subset   selection sampling: each index in turn is taken with
+//                     the probability needed / remaining
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
+#include <span>
+#include <vector>
 
+#include "geometry/random_shuffle_indices.h"
+#include "geometry/subset_enumeration.h"
 #include "platform/rand_15_bits.h"
 
-template <std::size_t K>
+struct shuffled_prefix {
+  static std::size_t index_count(std::size_t n, std::size_t) { return n; }
+  static void draw(std::vector<std::size_t>& indices, std::size_t) { random_shuffle_indices(indices); }
+};
+
+struct selected_subset {
+  static std::size_t index_count(std::size_t, std::size_t k) { return k; }
+  static void draw(std::vector<std::size_t>& indices, std::size_t n) {
+    std::size_t needed = indices.size();
+    for (std::size_t i = 0; i < n && needed > 0; ++i) {
+      const std::size_t remaining = n - i;
+      if (rand_15_bits() % remaining < needed) indices[indices.size() - needed--] = i;
+    }
+  }
+};
+
+template <class Draw>
 class subset_sampler {
  public:
-  subset_sampler(std::size_t n, uint64_t limit) : n_(n) {
-    // C(n, K) by running products, exact at every step.
-    uint64_t count = n >= K ? 1 : 0;
-    for (std::size_t d = 1; d <= K && count > 0; ++d) count = count * (n - d + 1) / d;
-    exhaustive_ = count <= limit;
-    samples_ = exhaustive_ ? count : limit;
-    for (std::size_t k = 0; k < K; ++k) subset_[k] = k;
+  // k of n, with k at most n.
+  subset_sampler(std::size_t n, std::size_t k, uint64_t limit) : n_(n), k_(k) {
+    const uint64_t count = subset_count(n, k);
+    random_ = count > limit;
+    samples_ = random_ ? limit : count;
+    indices_.resize(random_ ? Draw::index_count(n, k) : k);
+    std::iota(indices_.begin(), indices_.end(), std::size_t{0});
   }
 
-  // How many samples the search draws.
   uint64_t samples() const { return samples_; }
+  bool random() const { return random_; }
 
-  // The next sample.
-  const std::array<std::size_t, K>& next() {
-    if (!exhaustive_) {
-      draw();
+  std::span<const std::size_t> next() {
+    if (random_) {
+      Draw::draw(indices_, n_);
     } else if (started_) {
-      advance();
+      advance_subset(indices_, n_);
     }
     started_ = true;
-    return subset_;
+    return {indices_.data(), k_};
   }
 
  private:
-  void advance() {
-    std::size_t k = K;
-    while (k > 0 && subset_[k - 1] == n_ - K + k - 1) --k;
-    if (k == 0) return;  // the last subset; the sample count stops the caller first
-    ++subset_[k - 1];
-    for (std::size_t q = k; q < K; ++q) subset_[q] = subset_[q - 1] + 1;
-  }
-
-  void draw() {
-    std::size_t needed = K;
-    for (std::size_t i = 0; i < n_ && needed > 0; ++i) {
-      const std::size_t remaining = n_ - i;
-      if (rand_15_bits() % remaining < needed) subset_[K - needed--] = i;
-    }
-  }
-
-  std::size_t n_;
-  bool exhaustive_ = true;
+  std::size_t n_, k_;
+  bool random_ = false;
   bool started_ = false;
   uint64_t samples_ = 0;
-  std::array<std::size_t, K> subset_{};
+  std::vector<std::size_t> indices_;
 };

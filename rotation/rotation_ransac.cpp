@@ -2,7 +2,9 @@
 
 #include <array>
 #include <cmath>
+#include <span>
 
+#include "geometry/robust_search.h"
 #include "geometry/subset_sampler.h"
 
 namespace {
@@ -34,56 +36,80 @@ struct transfer {
   }
 };
 
+// The rotation of a pair as a kernel of the robust search: three matches
+// to a sample, a truncated symmetric transfer error as the cost. A
+// candidate needs three inliers, and replaces the best when it costs no
+// more, so that a tie goes to the later one.
+class rotation_kernel {
+ public:
+  using model = rotation_estimate;
+  using inlier_set = std::vector<uint8_t>;
+
+  rotation_kernel(const std::vector<point_match>& matches, double scale_1, double scale_2,
+                  const image_point& centre_1, const image_point& centre_2, double threshold)
+      : matches_(matches), scale_1_(scale_1), scale_2_(scale_2), centre_1_(centre_1), centre_2_(centre_2),
+        bound_(2.0 * threshold * threshold) {}
+
+  std::size_t sample_size() const { return 3; }
+  std::size_t data_size() const { return matches_.size(); }
+  inlier_set inlier_storage() const { return inlier_set(matches_.size()); }
+
+  candidate_list<rotation_estimate, 10> fit(std::span<const std::size_t> sample) const {
+    std::array<image_point, 3> sample_1, sample_2;
+    for (std::size_t k = 0; k < 3; ++k) {
+      sample_1[k] = matches_[sample[k]].first;
+      sample_2[k] = matches_[sample[k]].second;
+    }
+    const rotation_candidates solved =
+        solve_three_point_rotation(sample_1, sample_2, scale_1_, scale_2_, centre_1_, centre_2_);
+    candidate_list<rotation_estimate, 10> candidates;
+    for (std::size_t c = 0; c < solved.count; ++c) candidates.add(solved.solutions[c]);
+    return candidates;
+  }
+
+  search_score score(const rotation_estimate& candidate, inlier_set& inliers) const {
+    const transfer view{candidate, centre_1_, centre_2_};
+    search_score result;
+    for (std::size_t i = 0; i < matches_.size(); ++i) {
+      const double error = view.error(matches_[i]);
+      // Written so that an error that is not a number is an outlier.
+      inliers[i] = error <= bound_;
+      if (inliers[i]) {
+        result.cost += error;
+        ++result.inliers;
+      } else {
+        result.cost += bound_;
+      }
+    }
+    return result;
+  }
+
+  bool improves(const search_score& candidate, const search_score* best) const {
+    return candidate.inliers >= 3 && (!best || best->cost >= candidate.cost);
+  }
+
+ private:
+  const std::vector<point_match>& matches_;
+  double scale_1_, scale_2_;
+  const image_point& centre_1_;
+  const image_point& centre_2_;
+  double bound_;
+};
+
 }  // namespace
 
 rotation_search rotation_ransac(const std::vector<point_match>& matches, double scale_1, double scale_2,
                                 const image_point& centre_1, const image_point& centre_2, double threshold) {
   rotation_search search;
-  const std::size_t n = matches.size();
-  if (n < 3) return search;
-  subset_sampler<3> sampler(n, iteration_bound);
-  const double bound = 2.0 * threshold * threshold;
-  const double target = std::log(1.0 - confidence);
-
-  std::vector<uint8_t> working(n);
-  bool have_best = false;
-  double log_miss = 0.0;
-  for (uint64_t iteration = 1; iteration <= sampler.samples(); ++iteration) {
-    const std::array<std::size_t, 3>& subset = sampler.next();
-    std::array<image_point, 3> sample_1, sample_2;
-    for (std::size_t k = 0; k < 3; ++k) {
-      sample_1[k] = matches[subset[k]].first;
-      sample_2[k] = matches[subset[k]].second;
-    }
-    const rotation_candidates candidates =
-        solve_three_point_rotation(sample_1, sample_2, scale_1, scale_2, centre_1, centre_2);
-    for (std::size_t c = 0; c < candidates.count; ++c) {
-      const transfer view{candidates.solutions[c], centre_1, centre_2};
-      double cost = 0.0;
-      std::size_t count = 0;
-      for (std::size_t i = 0; i < n; ++i) {
-        const double error = view.error(matches[i]);
-        // Written so that an error that is not a number is an outlier.
-        working[i] = error <= bound;
-        if (working[i]) {
-          cost += error;
-          ++count;
-        } else {
-          cost += bound;
-        }
-      }
-      if (count < 3) continue;
-      if (have_best && !(search.best_cost >= cost)) continue;
-      have_best = true;
-      search.best = candidates.solutions[c];
-      search.best_cost = cost;
-      search.inlier_count = count;
-      search.inliers = working;
-      const double w = static_cast<double>(count) / static_cast<double>(n);
-      log_miss = std::log(1.0 - w * w * w);
-    }
-    if (target > static_cast<double>(iteration) * log_miss) break;
-  }
-  search.failed = !have_best || search.inlier_count < 3;
+  if (matches.size() < 3) return search;
+  const rotation_kernel kernel(matches, scale_1, scale_2, centre_1, centre_2, threshold);
+  subset_sampler<selected_subset> sampler(matches.size(), 3, iteration_bound);
+  auto found = robust_search(kernel, sampler, confidence);
+  if (!found.best) return search;
+  search.best = *found.best;
+  search.best_cost = found.score.cost;
+  search.inlier_count = found.score.inliers;
+  search.inliers = std::move(found.inliers);
+  search.failed = search.inlier_count < 3;
   return search;
 }

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <span>
 
+#include "geometry/robust_search.h"
 #include "geometry/subset_sampler.h"
 #include "numerics/rodrigues.h"
 #include "numerics/symmetric_eigen.h"
@@ -24,35 +26,54 @@ struct plane {
   double offset;  // normal . x = offset on the plane
 };
 
-// The plane with the most axes within `threshold` of it, over samples of K
-// axes made into planes by `through`; stops once a clean sample has been
-// drawn with the confidence.
+// The plane of the cameras' axes as a kernel of the robust search: samples
+// of K axes made into a plane by `through`; a candidate replaces the best
+// only with more axes within `threshold` of it.
+template <std::size_t K, class Through>
+class plane_kernel {
+ public:
+  using model = plane;
+  using inlier_set = std::vector<bool>;
+
+  plane_kernel(const std::vector<axis>& axes, Through through) : axes_(axes), through_(through) {}
+
+  std::size_t sample_size() const { return K; }
+  std::size_t data_size() const { return axes_.size(); }
+  inlier_set inlier_storage() const { return inlier_set(axes_.size()); }
+
+  candidate_list<plane, 1> fit(std::span<const std::size_t> sample) const {
+    candidate_list<plane, 1> candidates;
+    if (const std::optional<plane> found = through_(sample)) candidates.add(*found);
+    return candidates;
+  }
+
+  search_score score(const plane& candidate, inlier_set& inliers) const {
+    search_score result;
+    for (std::size_t i = 0; i < axes_.size(); ++i) {
+      inliers[i] = std::fabs(dot(candidate.normal, axes_[i]) - candidate.offset) < threshold;
+      result.inliers += inliers[i];
+    }
+    return result;
+  }
+
+  bool improves(const search_score& candidate, const search_score* best) const {
+    return candidate.inliers > (best ? best->inliers : 0);
+  }
+
+ private:
+  const std::vector<axis>& axes_;
+  Through through_;
+};
+
+// The plane with the most axes within `threshold` of it, and which axes
+// those are.
 template <std::size_t K, class Through>
 std::optional<plane> search_plane(const std::vector<axis>& axes, Through through, std::vector<bool>& inliers) {
-  subset_sampler<K> sampler(axes.size(), iteration_bound);
-  std::optional<plane> best;
-  std::size_t best_count = 0;
-  double log_miss = 0.0;
-  for (uint64_t iteration = 1; iteration <= sampler.samples(); ++iteration) {
-    const auto& sample = sampler.next();
-    const std::optional<plane> candidate = through(sample);
-    if (candidate) {
-      std::size_t count = 0;
-      for (const axis& a : axes) count += std::fabs(dot(candidate->normal, a) - candidate->offset) < threshold;
-      if (count > best_count) {
-        best = candidate;
-        best_count = count;
-        const double w = static_cast<double>(count) / static_cast<double>(axes.size());
-        log_miss = std::log(1.0 - std::pow(w, static_cast<double>(K)));
-      }
-    }
-    if (std::log(1.0 - confidence) > static_cast<double>(iteration) * log_miss) break;
-  }
-  if (best) {
-    inliers.clear();
-    for (const axis& a : axes) inliers.push_back(std::fabs(dot(best->normal, a) - best->offset) < threshold);
-  }
-  return best;
+  const plane_kernel<K, Through> kernel(axes, through);
+  subset_sampler<selected_subset> sampler(axes.size(), K, iteration_bound);
+  auto found = robust_search(kernel, sampler, confidence);
+  if (found.best) inliers = std::move(found.inliers);
+  return found.best;
 }
 
 std::optional<plane> normalised(const axis& normal, const axis& point, double smallest) {
@@ -69,7 +90,7 @@ std::optional<axis> up_from_x_axes(const std::vector<axis>& x_axes) {
   std::vector<bool> inliers;
   const std::optional<plane> found = search_plane<2>(
       x_axes,
-      [&](const std::array<std::size_t, 2>& s) {
+      [&](std::span<const std::size_t> s) {
         const std::optional<plane> p = normalised(cross(x_axes[s[0]], x_axes[s[1]]), x_axes[s[0]], 1e-12);
         return p ? std::optional<plane>(plane{p->normal, 0.0}) : std::nullopt;
       },
@@ -94,7 +115,7 @@ std::optional<axis> up_from_z_axes(const std::vector<axis>& z_axes) {
   std::vector<bool> inliers;
   const std::optional<plane> found = search_plane<3>(
       z_axes,
-      [&](const std::array<std::size_t, 3>& s) {
+      [&](std::span<const std::size_t> s) {
         const axis& a = z_axes[s[0]];
         return normalised(cross(minus(z_axes[s[1]], a), minus(z_axes[s[2]], a)), a, 1e-6);
       },

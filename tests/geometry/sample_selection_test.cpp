@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <numeric>
+#include <span>
 #include <vector>
 
 #include "geometry/random_shuffle_indices.h"
 #include "geometry/subset_enumeration.h"
+#include "geometry/subset_sampler.h"
 
 namespace {
 
@@ -89,6 +92,56 @@ TEST(RandomShuffleIndices, calls_rand_once_per_position_and_twice_from_32768_on)
     EXPECT_EQ(rand_after(9, calls), next) << n;
     std::sort(indices.begin(), indices.end());
     EXPECT_EQ(identity_indices(n), indices) << n;
+  }
+}
+
+TEST(SubsetSampler, draws_by_selection_from_the_lowest_15_bits_of_each_rand_call) {
+  // C(40, 3) = 9880 subsets: more than the limit, so they are drawn.
+  std::srand(7);
+  std::vector<std::array<std::size_t, 3>> expected;
+  for (int sample = 0; sample < 50; ++sample) {
+    std::array<std::size_t, 3> subset{};
+    std::size_t needed = 3;
+    for (std::size_t i = 0; i < 40 && needed > 0; ++i) {
+      if ((static_cast<uint32_t>(std::rand()) & 0x7FFF) % (40 - i) < needed) subset[3 - needed--] = i;
+    }
+    expected.push_back(subset);
+  }
+  std::srand(7);
+  subset_sampler<selected_subset> sampler(40, 3, 1000);
+  ASSERT_EQ(1000u, sampler.samples());
+  ASSERT_TRUE(sampler.random());
+  for (const auto& subset : expected) {
+    const std::span<const std::size_t> drawn = sampler.next();
+    EXPECT_TRUE(std::equal(subset.begin(), subset.end(), drawn.begin(), drawn.end()));
+  }
+}
+
+TEST(SubsetSampler, walks_every_subset_in_order_when_they_are_few) {
+  // C(5, 3) = 10 subsets, within the limit: no draw at all.
+  for (subset_sampler<shuffled_prefix> sampler(5, 3, 10); const auto& expected : std::vector<std::vector<std::size_t>>{
+           {0, 1, 2}, {0, 1, 3}, {0, 1, 4}, {0, 2, 3}, {0, 2, 4}, {0, 3, 4}, {1, 2, 3}, {1, 2, 4}, {1, 3, 4}, {2, 3, 4}}) {
+    EXPECT_FALSE(sampler.random());
+    const std::span<const std::size_t> subset = sampler.next();
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), subset.begin(), subset.end()));
+  }
+}
+
+TEST(SubsetSampler, shuffles_all_indices_and_samples_their_prefix_when_they_are_many) {
+  std::srand(3);
+  std::vector<std::size_t> permutation = identity_indices(30);
+  std::vector<std::vector<std::size_t>> expected;
+  for (int sample = 0; sample < 20; ++sample) {
+    random_shuffle_indices(permutation);
+    expected.emplace_back(permutation.begin(), permutation.begin() + 4);
+  }
+  std::srand(3);
+  subset_sampler<shuffled_prefix> sampler(30, 4, 1500);  // C(30, 4) = 27405
+  ASSERT_TRUE(sampler.random());
+  EXPECT_EQ(1500u, sampler.samples());
+  for (const auto& prefix : expected) {
+    const std::span<const std::size_t> drawn = sampler.next();
+    EXPECT_TRUE(std::equal(prefix.begin(), prefix.end(), drawn.begin(), drawn.end()));
   }
 }
 

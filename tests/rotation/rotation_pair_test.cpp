@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "allocation_counter.h"
-#include "geometry/subset_sampler.h"
 #include "numerics/matrix_3x3.h"
 #include "numerics/rodrigues.h"
 #include "rotation/refine_rotation_pair.h"
@@ -85,24 +84,6 @@ TEST(ThreePointRotation, recovers_both_focal_lengths_and_the_rotation_from_exact
     for (std::size_t k = 0; k < 9; ++k) EXPECT_NEAR(pair.rotation[k], exact->rotation[k], 1e-9);
     EXPECT_NEAR(1.0, determinant_3x3(exact->rotation.data()), 1e-12);
   }
-}
-
-TEST(SubsetSampler, draws_by_selection_from_the_lowest_15_bits_of_each_rand_call) {
-  // C(40, 3) = 9880 subsets: more than the limit, so they are drawn.
-  std::srand(7);
-  std::vector<std::array<std::size_t, 3>> expected;
-  for (int sample = 0; sample < 50; ++sample) {
-    std::array<std::size_t, 3> subset{};
-    std::size_t needed = 3;
-    for (std::size_t i = 0; i < 40 && needed > 0; ++i) {
-      if ((static_cast<uint32_t>(std::rand()) & 0x7FFF) % (40 - i) < needed) subset[3 - needed--] = i;
-    }
-    expected.push_back(subset);
-  }
-  std::srand(7);
-  subset_sampler<3> sampler(40, 1000);
-  ASSERT_EQ(1000u, sampler.samples());
-  for (const auto& subset : expected) EXPECT_EQ(subset, sampler.next());
 }
 
 TEST(RotationRansac, finds_the_inliers_among_thirty_percent_of_outliers) {
