@@ -52,10 +52,10 @@ bool pair_homography_refiner::allocate_blocks() {
     jacobian_motion.assign(2 * n * p, 0.0);
     jacobian_point.assign(4 * n, 0.0);
     normal_motion.assign(p * p, 0.0);
-    normal_point.assign(4 * n, 0.0);
-    normal_cross.assign(2 * n * p, 0.0);
-    damped_point_inverse_.assign(4 * n, 0.0);
-    eliminated_cross_.assign(2 * n * p, 0.0);
+    // Each point couples to the whole motion only.
+    std::vector<point_elimination::coupling> couplings;
+    for (std::size_t i = 0; i < n; ++i) couplings.push_back({i, 0, p});
+    points.lay_out(n, std::move(couplings));
     reduced_ = dense_matrix<double>(p, p);
     reduced_rhs_ = dense_vector<double>(p);
     reduced_solution_ = dense_vector<double>(p);
@@ -110,11 +110,11 @@ void pair_homography_refiner::jacobian(const double* at, const double*) {
 
     add_transpose_product(normal_motion.data(), motion_rows, p, motion_rows, p, p);
     // The unit matrix is the point's own residual p_i - b_i.
-    double* v = normal_point.data() + 4 * i;
+    double* v = points.T(i);
     std::fill(v, v + 4, 0.0);
     v[0] = v[3] = 1.0;
     add_transpose_product(v, point_block, 2, point_block, 2, 2);
-    double* w = normal_cross.data() + 2 * p * i;
+    double* w = points.C(i);
     std::fill(w, w + 2 * p, 0.0);
     add_transpose_product(w, point_block, 2, motion_rows, p, p);
   }
@@ -150,8 +150,8 @@ double pair_homography_refiner::quadratic_form(const double* step) const {
   double diagonal = bilinear(normal_motion.data(), p, step, p, step, p), cross = 0.0;
   for (std::size_t i = 0; i < n; ++i) {
     const double* q = point_at(step, i);
-    diagonal += bilinear(normal_point.data() + 4 * i, 2, q, 2, q, 2);
-    cross += bilinear(normal_cross.data() + 2 * p * i, p, q, 2, step, p);
+    diagonal += bilinear(points.T(i), 2, q, 2, q, 2);
+    cross += bilinear(points.C(i), p, q, 2, step, p);
   }
   return diagonal + 2.0 * cross;
 }
@@ -160,43 +160,24 @@ double pair_homography_refiner::quadratic_form(const double* step) const {
 //   [U + D   W^T  ] [m]   [b_m]
 //   [W       V + E] [q] = [b_q]
 // gives (U + D - W^T (V + E)^-1 W) m = b_m - W^T (V + E)^-1 b_q, and then
-// q = (V + E)^-1 (b_q - W m), point by point.
+// q = (V + E)^-1 (b_q - W m), point by point. D goes onto U first.
 void pair_homography_refiner::make_X(const double* d) {
   for (std::size_t r = 0; r < p; ++r) {
     std::copy_n(normal_motion.data() + r * p, p, reduced_.data + r * p);
     reduced_(r, r) += d[r];
   }
-  for (std::size_t i = 0; i < n; ++i) {
-    double* inverse = damped_point_inverse_.data() + 4 * i;
-    const double* w = normal_cross.data() + 2 * p * i;
-    double* eliminated = eliminated_cross_.data() + 2 * p * i;
-    normal_blocks::damped_inverse_2x2(normal_point.data() + 4 * i, d[p + 2 * i], d[p + 2 * i + 1], inverse);
-    normal_blocks::product_2x2(inverse, w, p, eliminated);
-    add_transpose_product(reduced_.data, w, p, eliminated, p, p, -1.0);
-  }
+  points.eliminate(d + p);
+  for (std::size_t i = 0; i < n; ++i) points.subtract(reduced_.data, p, i, i);
 }
 
 void pair_homography_refiner::Xinv_b(const double* b, double* y) {
   std::copy_n(b, p, reduced_rhs_.data);
-  for (std::size_t i = 0; i < n; ++i) {
-    const double* eliminated = eliminated_cross_.data() + 2 * p * i;
-    const double* bi = point_at(b, i);
-    for (std::size_t e = 0; e < p; ++e) reduced_rhs_[e] -= eliminated[e] * bi[0] + eliminated[p + e] * bi[1];
-  }
+  points.reduce(reduced_rhs_.data, b + p);
   if (!solve_minimum_norm(reduced_, reduced_rhs_, reduced_solution_, -1.0, rank_)) {
     throw std::runtime_error("pair_homography_refiner::Xinv_b(): failure in LAPACK solver");
   }
   std::copy_n(reduced_solution_.data, p, y);
-  for (std::size_t i = 0; i < n; ++i) {
-    const double* inverse = damped_point_inverse_.data() + 4 * i;
-    const double* eliminated = eliminated_cross_.data() + 2 * p * i;
-    const double* bi = point_at(b, i);
-    double* yi = y + p + 2 * i;
-    for (std::size_t r = 0; r < 2; ++r) {
-      yi[r] = inverse[2 * r] * bi[0] + inverse[2 * r + 1] * bi[1];
-      for (std::size_t e = 0; e < p; ++e) yi[r] -= eliminated[r * p + e] * reduced_solution_[e];
-    }
-  }
+  points.back_substitute(b + p, reduced_solution_.data, y + p);
 }
 
 void pair_homography_refiner::advance(const double* at, const double* step, double* moved) const {

@@ -22,6 +22,7 @@
 #include "numerics/dense_matrix.h"
 #include "records/correspondences.h"
 #include "solvers/lm_control.h"
+#include "solvers/point_elimination.h"
 
 class pair_homography_refiner {
  public:
@@ -60,13 +61,13 @@ class pair_homography_refiner {
 
   // The blocks at the last Jacobian evaluation, all row-major. The
   // residuals p_i - b_i have the unit point Jacobian and no motion
-  // Jacobian, which are not stored.
+  // Jacobian, which are not stored. Point i's own block V_i (the unit
+  // matrix included) and its block W_i against the motion are the point
+  // elimination's T_i and C_i.
   std::vector<double> jacobian_motion;  // 2 n x p: the two rows of H(p_i) over the motion
   std::vector<double> jacobian_point;   // n blocks 2 x 2: H(p_i) over p_i
   std::vector<double> normal_motion;    // p x p: U
-  std::vector<double> normal_point;     // n blocks 2 x 2: V_i, the unit matrix included
-  std::vector<double> normal_cross;     // n blocks 2 x p: W_i, point i against the motion
-
+  point_elimination points;
  private:
   void start(const point_list& first, const point_list& second, const bit_mask& mask, const h_matrix_2d& motion);
   bool allocate_blocks();
@@ -74,10 +75,7 @@ class pair_homography_refiner {
   h_matrix_2d motion_at(const double* at) const;
   const double* point_at(const double* at, std::size_t i) const { return at + p + 2 * i; }
 
-  // The elimination of the points for the last diagonal addition d.
-  std::vector<double> damped_point_inverse_;  // n blocks 2 x 2: (V_i + d_i)^-1
-  std::vector<double> eliminated_cross_;      // n blocks 2 x p: (V_i + d_i)^-1 W_i
-  dense_matrix<double> reduced_;              // p x p: U + d - sum W_i^T (V_i + d_i)^-1 W_i
+  dense_matrix<double> reduced_;  // p x p: U + d - sum W_i^T (V_i + d_i)^-1 W_i
   dense_vector<double> reduced_rhs_, reduced_solution_;
   int rank_ = 0;
 };

@@ -58,6 +58,7 @@
 #include "solvers/camera_sharing.h"
 #include "solvers/lm_control.h"
 #include "solvers/normal_blocks.h"
+#include "solvers/point_elimination.h"
 #include "solvers/sparse_levenberg_marquardt.h"
 
 // A measured image position of a scene point in one camera.
@@ -167,12 +168,13 @@ class bundle_model {
   double* C(std::size_t f) { return blocks_.data() + c_offset_ + 4 * f; }
   double* W(std::size_t i) { return blocks_.data() + w_offset_[i]; }
   double* V(std::size_t i) { return blocks_.data() + v_offset_[i]; }
-  double* P(std::size_t j) { return blocks_.data() + p_offset_ + j * 2 * shared_count_; }
-  double* Q(std::size_t f) { return blocks_.data() + q_offset_[f]; }
-  double* T(std::size_t j) { return blocks_.data() + t_offset_ + 4 * j; }
-  double* YA(std::size_t j) { return blocks_.data() + ya_offset_ + j * 2 * shared_count_; }
-  double* YB(std::size_t f) { return blocks_.data() + yb_offset_ + (q_offset_[f] - q_offset_[0]); }
-  double* Tinv(std::size_t j) { return blocks_.data() + tinv_offset_ + 4 * j; }
+  // The point elimination's couplings: first P_j of every point, then Q_f
+  // of every free observation.
+  std::size_t p_coupling(std::size_t j) const { return j; }
+  std::size_t q_coupling(std::size_t f) const { return point_count + f; }
+  double* P(std::size_t j) { return points_.C(p_coupling(j)); }
+  double* Q(std::size_t f) { return points_.C(q_coupling(f)); }
+  double* T(std::size_t j) { return points_.T(j); }
   double* U() { return blocks_.data() + u_offset_; }
   double* X() { return blocks_.data() + x_offset_; }
   const double* A(std::size_t o) const { return const_cast<bundle_model*>(this)->A(o); }
@@ -201,10 +203,10 @@ class bundle_model {
   std::vector<std::size_t> point_first_, point_observations_;
 
   std::vector<double> parameters_;
-  std::vector<double> blocks_;  // every block, one allocation
-  std::size_t a_offset_ = 0, c_offset_ = 0, u_offset_ = 0, p_offset_ = 0, t_offset_ = 0, x_offset_ = 0,
-              ya_offset_ = 0, yb_offset_ = 0, tinv_offset_ = 0, scratch_offset_ = 0;
-  std::vector<std::size_t> b_offset_, w_offset_, v_offset_, q_offset_;
+  std::vector<double> blocks_;  // the Jacobian and camera-level blocks, one allocation
+  std::size_t a_offset_ = 0, c_offset_ = 0, u_offset_ = 0, x_offset_ = 0, scratch_offset_ = 0;
+  std::vector<std::size_t> b_offset_, w_offset_, v_offset_;
+  point_elimination points_;  // T, P, Q and their eliminated forms
   dense_vector<double> reduced_rhs_, reduced_solution_;
   int rank_ = 0;
 

@@ -119,7 +119,6 @@ void bundle_model<Camera, Form>::allocate_blocks() {
   };
   a_offset_ = take(observation_count_ * 2 * s);
   b_offset_.resize(observation_count_);
-  q_offset_.resize(free_count_);
   for (std::size_t o = 0; o < observation_count_; ++o) b_offset_[o] = take(2 * camera_sizes_[observation_camera_[o]]);
   c_offset_ = take(4 * free_count_);
   u_offset_ = take(s * s);
@@ -129,18 +128,17 @@ void bundle_model<Camera, Form>::allocate_blocks() {
     w_offset_[i] = take(camera_sizes_[i] * s);
     v_offset_[i] = take(camera_sizes_[i] * camera_sizes_[i]);
   }
-  p_offset_ = take(point_count * 2 * s);
-  for (std::size_t o = 0; o < observation_count_; ++o) {
-    if (free_index_[o] != npos) q_offset_[free_index_[o]] = take(2 * camera_sizes_[observation_camera_[o]]);
-  }
-  const std::size_t q_size = total - (free_count_ ? q_offset_[0] : total);
-  t_offset_ = take(4 * point_count);
   x_offset_ = take(reduced_size_ * reduced_size_);
-  ya_offset_ = take(point_count * 2 * s);
-  yb_offset_ = take(q_size);
-  tinv_offset_ = take(4 * point_count);
   scratch_offset_ = take(unknowns_ + 2 * observation_count_);  // the difference path's copies
   blocks_.assign(total, 0.0);
+
+  std::vector<point_elimination::coupling> couplings;
+  for (std::size_t j = 0; j < point_count; ++j) couplings.push_back({j, 0, s});
+  for (std::size_t o = 0; o < observation_count_; ++o) {
+    const std::size_t i = observation_camera_[o];
+    if (free_index_[o] != npos) couplings.push_back({observation_point_[o], camera_offsets_[i], camera_sizes_[i]});
+  }
+  points_.lay_out(point_count, std::move(couplings));
   reduced_rhs_ = dense_vector<double>(reduced_size_);
   reduced_solution_ = dense_vector<double>(reduced_size_);
 }
@@ -325,8 +323,10 @@ void bundle_model<Camera, Form>::normal_blocks() {
     std::fill(W(i), W(i) + camera_sizes_[i] * s, 0.0);
     std::fill(V(i), V(i) + camera_sizes_[i] * camera_sizes_[i], 0.0);
   }
-  std::fill(P(0), P(0) + point_count * 2 * s, 0.0);
-  std::fill(T(0), T(0) + point_count * 4, 0.0);
+  for (std::size_t j = 0; j < point_count; ++j) {
+    std::fill(P(j), P(j) + 2 * s, 0.0);
+    std::fill(T(j), T(j) + 4, 0.0);
+  }
   for (std::size_t o = 0; o < observation_count_; ++o) {
     const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
     add_transpose_product(U(), A(o), s, A(o), s, s);
@@ -403,22 +403,13 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
 
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
-  using normal_blocks::add_transpose_product;
   const std::size_t s = shared_count_, size = reduced_size_;
-  // The points' 2 x 2 blocks, inverted in closed form.
-  for (std::size_t j = 0; j < point_count; ++j) {
-    normal_blocks::damped_inverse_2x2(T(j), d[point_offset(j)], d[point_offset(j) + 1], Tinv(j));
-    normal_blocks::product_2x2(Tinv(j), P(j), s, YA(j));
-  }
-  for (std::size_t o = 0; o < observation_count_; ++o) {
-    const std::size_t f = free_index_[o];
-    if (f != npos) normal_blocks::product_2x2(Tinv(observation_point_[o]), Q(f), camera_sizes_[observation_camera_[o]], YB(f));
-  }
+  points_.eliminate(d + size);
 
   double* x = X();
   std::fill(x, x + size * size, 0.0);
   for (std::size_t r = 0; r < s; ++r) std::copy(U() + r * s, U() + r * s + s, x + r * size);
-  for (std::size_t j = 0; j < point_count; ++j) add_transpose_product(x, P(j), s, YA(j), s, size, -1.0);
+  for (std::size_t j = 0; j < point_count; ++j) points_.subtract(x, size, p_coupling(j), p_coupling(j));
   for (std::size_t i = 0; i < camera_count; ++i) {
     const std::size_t k = camera_sizes_[i];
     double* rows = x + camera_offsets_[i] * size;
@@ -430,10 +421,8 @@ void bundle_model<Camera, Form>::make_X(const double* d) {
   for (std::size_t o = 0; o < observation_count_; ++o) {
     const std::size_t f = free_index_[o];
     if (f == npos) continue;
-    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
-    double* rows = x + camera_offsets_[i] * size;
-    add_transpose_product(rows, Q(f), k, YA(observation_point_[o]), s, size, -1.0);
-    add_transpose_product(rows + camera_offsets_[i], Q(f), k, YB(f), k, size, -1.0);
+    points_.subtract(x, size, q_coupling(f), p_coupling(observation_point_[o]));
+    points_.subtract(x, size, q_coupling(f), q_coupling(f));
   }
   // Cameras that see one point are coupled through it. The pairs are
   // gathered by point rather than by scanning one camera's list for each
@@ -444,10 +433,8 @@ void bundle_model<Camera, Form>::make_X(const double* d) {
       const std::size_t low = point_observations_[n];
       for (std::size_t m = point_first_[j]; m < point_first_[j + 1]; ++m) {
         const std::size_t high = point_observations_[m];
-        const std::size_t i = observation_camera_[low], k = observation_camera_[high];
-        if (k <= i) continue;
-        add_transpose_product(x + camera_offsets_[k] * size + camera_offsets_[i], Q(free_index_[high]), camera_sizes_[k],
-                              YB(free_index_[low]), camera_sizes_[i], size, -1.0);
+        if (observation_camera_[high] <= observation_camera_[low]) continue;
+        points_.subtract(x, size, q_coupling(free_index_[high]), q_coupling(free_index_[low]));
       }
     }
   }
@@ -461,21 +448,9 @@ void bundle_model<Camera, Form>::make_X(const double* d) {
 
 template <class Camera, class Form>
 void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
-  const std::size_t s = shared_count_, size = reduced_size_;
+  const std::size_t size = reduced_size_;
   std::copy(b, b + size, reduced_rhs_.data);
-  for (std::size_t j = 0; j < point_count; ++j) {
-    const double* ya = YA(j);
-    const double* bj = b + point_offset(j);
-    for (std::size_t e = 0; e < s; ++e) reduced_rhs_[e] -= ya[e] * bj[0] + ya[s + e] * bj[1];
-  }
-  for (std::size_t o = 0; o < observation_count_; ++o) {
-    const std::size_t f = free_index_[o];
-    if (f == npos) continue;
-    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
-    const double* yb = YB(f);
-    const double* bj = b + point_offset(observation_point_[o]);
-    for (std::size_t e = 0; e < k; ++e) reduced_rhs_[camera_offsets_[i] + e] -= yb[e] * bj[0] + yb[k + e] * bj[1];
-  }
+  points_.reduce(reduced_rhs_.data, b + size);
   rank_ = 0;
   if (size > 0) {
     const matrix_view<const double> system{size, size, X()};
@@ -484,30 +459,7 @@ void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
     }
   }
   std::copy(reduced_solution_.data, reduced_solution_.data + size, y);
-  // Back-substitution for the points.
-  for (std::size_t j = 0; j < point_count; ++j) {
-    const double* inverse = Tinv(j);
-    const double* bj = b + point_offset(j);
-    double* yj = y + point_offset(j);
-    yj[0] = inverse[0] * bj[0] + inverse[1] * bj[1];
-    yj[1] = inverse[2] * bj[0] + inverse[3] * bj[1];
-    const double* ya = YA(j);
-    for (std::size_t e = 0; e < s; ++e) {
-      yj[0] -= ya[e] * reduced_solution_[e];
-      yj[1] -= ya[s + e] * reduced_solution_[e];
-    }
-  }
-  for (std::size_t o = 0; o < observation_count_; ++o) {
-    const std::size_t f = free_index_[o];
-    if (f == npos) continue;
-    const std::size_t i = observation_camera_[o], k = camera_sizes_[i];
-    const double* yb = YB(f);
-    double* yj = y + point_offset(observation_point_[o]);
-    for (std::size_t e = 0; e < k; ++e) {
-      yj[0] -= yb[e] * reduced_solution_[camera_offsets_[i] + e];
-      yj[1] -= yb[k + e] * reduced_solution_[camera_offsets_[i] + e];
-    }
-  }
+  points_.back_substitute(b + size, reduced_solution_.data, y + size);
 }
 
 template <class Camera, class Form>
