@@ -47,6 +47,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <numbers>
 #include <stdexcept>
@@ -60,6 +61,40 @@
 #include "solvers/normal_blocks.h"
 #include "solvers/point_elimination.h"
 #include "solvers/sparse_levenberg_marquardt.h"
+
+// The shared record's part of the contract above.
+template <class R>
+concept shared_record_of_cameras = requires(R& record, const R& held, const double* block, double* out) {
+  { held.mode } -> std::convertible_to<int32_t>;
+  record.read(block);
+  held.write(out);
+  { held.block_size() } -> std::convertible_to<std::size_t>;
+};
+
+// The camera types' contract above, checked where an adjuster is made.
+template <class C>
+concept bundle_camera =
+    shared_record_of_cameras<typename C::shared_record> &&
+    requires(C& camera, const C& held, const typename C::shared_record& shared, const double* block, double* out,
+             std::size_t stride) {
+      { C::spherical_points } -> std::convertible_to<bool>;
+      { C::robust } -> std::convertible_to<bool>;
+      { held.block_size() } -> std::convertible_to<std::size_t>;
+      held.pack(out);
+      camera.unpack(shared, block);
+      held.project(block, out);
+      held.derivatives(block, out, stride, out, stride, out);
+      held.advance(block, block, out);
+    } &&
+    (!C::robust || requires(const C& held) { { held.robust_threshold } -> std::convertible_to<double>; });
+
+// A camera of sparse_bundle_adjuster, whose points lie in the frame of its
+// reference camera.
+template <class C>
+concept reference_frame_camera = bundle_camera<C> && requires(C& camera, const C& held, const double* frame) {
+  { held.rotation_matrix() } -> std::convertible_to<const double*>;
+  camera.set_frame(frame);
+};
 
 // A measured image position of a scene point in one camera.
 struct scene_observation {
@@ -105,7 +140,7 @@ struct common_frame_points {
   static constexpr bool in_reference_frame = false;
 };
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 class bundle_model {
  public:
   using shared_record = typename Camera::shared_record;
@@ -215,7 +250,7 @@ class bundle_model {
 
 // The short form: rotation cameras, points in the frame of one reference
 // camera, analytic Jacobian, no robust residuals, every point free.
-template <class Camera>
+template <reference_frame_camera Camera>
 class sparse_bundle_adjuster : public bundle_model<Camera, reference_frame_points> {
  public:
   sparse_bundle_adjuster(const typename Camera::shared_record& shared_start, const std::vector<Camera>& start_cameras,
@@ -231,7 +266,7 @@ class sparse_bundle_adjuster : public bundle_model<Camera, reference_frame_point
 // The general form: points in a common frame, observed points that can be
 // held fixed, robust residuals for robust camera types, and a
 // forward-difference Jacobian on request.
-template <class Camera>
+template <bundle_camera Camera>
 class sparse_bundle_adjuster2 : public bundle_model<Camera, common_frame_points> {
  public:
   sparse_bundle_adjuster2(const typename Camera::shared_record& shared_start, const std::vector<Camera>& start_cameras,

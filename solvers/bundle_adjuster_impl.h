@@ -10,7 +10,7 @@ inline double difference_step(double value) {
 
 }  // namespace bundle_detail
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::adjust(const shared_record& start_shared, const std::vector<Camera>& start_cameras,
                                         const std::vector<scene_point>& points,
                                         const std::vector<scene_point>& fixed_points,
@@ -44,7 +44,7 @@ void bundle_model<Camera, Form>::adjust(const shared_record& start_shared, const
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::lay_out(const std::vector<scene_point>& points,
                                          const std::vector<scene_point>& fixed_points,
                                          const std::vector<std::vector<scene_observation>>& observations,
@@ -108,7 +108,7 @@ void bundle_model<Camera, Form>::lay_out(const std::vector<scene_point>& points,
   evaluated_ = cameras;
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::allocate_blocks() {
   const std::size_t s = shared_count_;
   std::size_t total = 0;
@@ -143,7 +143,7 @@ void bundle_model<Camera, Form>::allocate_blocks() {
   reduced_solution_ = dense_vector<double>(reduced_size_);
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::unpack_cameras(const double* x) {
   shared_record at_x = shared;
   at_x.read(x);
@@ -156,7 +156,7 @@ void bundle_model<Camera, Form>::unpack_cameras(const double* x) {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::point_of(const double* x, std::size_t o, double point[2]) const {
   const std::size_t j = observation_point_[o];
   if (free_index_[o] != npos) {
@@ -168,7 +168,7 @@ void bundle_model<Camera, Form>::point_of(const double* x, std::size_t o, double
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::raw_residual(const Camera& camera, const double point[2], std::size_t o,
                                               double r[2]) const {
   const double* measured = measured_.data() + 2 * o;
@@ -182,7 +182,7 @@ void bundle_model<Camera, Form>::raw_residual(const Camera& camera, const double
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::mapped_residual(const Camera& camera, const double point[2], std::size_t o,
                                                  double r[2]) const {
   raw_residual(camera, point, o, r);
@@ -192,7 +192,7 @@ void bundle_model<Camera, Form>::mapped_residual(const Camera& camera, const dou
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::residuals(const double* x, double* fvec) {
   unpack_cameras(x);
   for (std::size_t o = 0; o < observation_count_; ++o) {
@@ -202,7 +202,7 @@ void bundle_model<Camera, Form>::residuals(const double* x, double* fvec) {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
   unpack_cameras(x);
   if (analytic_jacobian) {
@@ -213,7 +213,7 @@ void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
   normal_blocks();
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::analytic_blocks(const double* x) {
   const std::size_t s = shared_count_;
   for (std::size_t o = 0; o < observation_count_; ++o) {
@@ -242,7 +242,7 @@ void bundle_model<Camera, Form>::analytic_blocks(const double* x) {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::difference_blocks(const double* x) {
   const std::size_t s = shared_count_;
   double* perturbed = blocks_.data() + scratch_offset_;
@@ -314,7 +314,7 @@ void bundle_model<Camera, Form>::difference_blocks(const double* x) {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::normal_blocks() {
   using normal_blocks::add_transpose_product;
   const std::size_t s = shared_count_;
@@ -342,7 +342,7 @@ void bundle_model<Camera, Form>::normal_blocks() {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::column_norms(double* acnorm) const {
   const std::size_t s = shared_count_;
   std::fill(acnorm, acnorm + unknowns_, 0.0);
@@ -359,7 +359,7 @@ void bundle_model<Camera, Form>::column_norms(double* acnorm) const {
   for (std::size_t j = 0; j < unknowns_; ++j) acnorm[j] = std::sqrt(acnorm[j]);
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::gradient(const double* fvec, double* g) const {
   const std::size_t s = shared_count_;
   std::fill(g, g + unknowns_, 0.0);
@@ -376,7 +376,7 @@ void bundle_model<Camera, Form>::gradient(const double* fvec, double* g) const {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
   using normal_blocks::bilinear;
   const std::size_t s = shared_count_;
@@ -401,7 +401,7 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
   return diagonal + 2.0 * cross;
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
   const std::size_t s = shared_count_, size = reduced_size_;
   points_.eliminate(d + size);
@@ -446,7 +446,7 @@ void bundle_model<Camera, Form>::make_X(const double* d) {
   }
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
   const std::size_t size = reduced_size_;
   std::copy(b, b + size, reduced_rhs_.data);
@@ -462,7 +462,7 @@ void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
   points_.back_substitute(b + size, reduced_solution_.data, y + size);
 }
 
-template <class Camera, class Form>
+template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::advance(const double* x, const double* p, double* x_new) const {
   for (std::size_t e = 0; e < shared_count_; ++e) x_new[e] = x[e] + p[e];
   for (std::size_t i = 0; i < camera_count; ++i) {

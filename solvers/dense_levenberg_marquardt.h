@@ -22,12 +22,23 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <vector>
 
 #include "solvers/lm_control.h"
 #include "solvers/minpack.h"
 #include "solvers/trust_region_loop.h"
+
+// The contract above, checked where the solver is instantiated.
+template <class M>
+concept dense_lm_model = requires(M& model, const double* x, double* fvec, double* fjac, const double* p,
+                                  double* x_new) {
+  model.residuals(x, fvec);
+  model.jacobian(x, fjac);
+  model.advance(x, p, x_new);
+  { model.failed } -> std::convertible_to<bool>;
+};
 
 namespace dense_lm_detail {
 
@@ -110,7 +121,7 @@ class qr_linearisation {
 // parameters x (in: the start, out: the best point accepted); fvec (m)
 // receives the residuals there. The caller reads control.info and
 // model.failed.
-template <class Model>
+template <dense_lm_model Model>
 void dense_levenberg_marquardt(lm_control& control, Model& model, double* x, std::size_t n, double* fvec,
                                std::size_t m) {
   dense_lm_detail::qr_linearisation<Model> linear(model, n, m);
@@ -120,7 +131,7 @@ void dense_levenberg_marquardt(lm_control& control, Model& model, double* x, std
 // The engine's one dense problem: 5 unknowns, 9 residuals. Refuses other
 // sizes without running; true when the model did not fail, whatever the
 // stop code.
-template <class Model>
+template <dense_lm_model Model>
 bool dense_levenberg_marquardt_5x9(Model& model, std::vector<double>& x, std::vector<double>& fvec) {
   if (x.size() != 5 || fvec.size() != 9) return false;
   lm_control control;

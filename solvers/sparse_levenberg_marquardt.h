@@ -24,12 +24,30 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <vector>
 
 #include "solvers/lm_control.h"
 #include "solvers/minpack.h"
 #include "solvers/trust_region_loop.h"
+
+// The contract above, checked where the solver is instantiated.
+template <class M>
+concept sparse_lm_model = requires(M& model, const M& held, const double* x, double* out, const double* d) {
+  { held.unknown_count() } -> std::convertible_to<std::size_t>;
+  { held.residual_count() } -> std::convertible_to<std::size_t>;
+  { model.failed } -> std::convertible_to<bool>;
+  model.residuals(x, out);
+  model.jacobian(x, x);
+  held.column_norms(out);
+  held.gradient(x, out);
+  { held.quadratic_form(x) } -> std::convertible_to<double>;
+  model.make_X(d);
+  model.Xinv_b(x, out);
+  { held.full_rank() } -> std::convertible_to<bool>;
+  held.advance(x, x, out);
+};
 
 namespace sparse_lm_detail {
 
@@ -138,7 +156,7 @@ class normal_linearisation {
 
 }  // namespace sparse_lm_detail
 
-template <class Model>
+template <sparse_lm_model Model>
 void sparse_levenberg_marquardt(lm_control& control, Model& model, double* x, double* fvec) {
   const std::size_t n = model.unknown_count(), m = model.residual_count();
   sparse_lm_detail::normal_linearisation<Model> linear(model, n);
@@ -149,7 +167,7 @@ void sparse_levenberg_marquardt(lm_control& control, Model& model, double* x, do
 // gtol 1e-5, 400 n evaluations). Refuses without running when the vectors
 // do not have the model's sizes or there are more unknowns than residuals;
 // otherwise true when the model did not fail, whatever the stop code.
-template <class Model>
+template <sparse_lm_model Model>
 bool solve_sparse_levenberg_marquardt(Model& model, std::vector<double>& x, std::vector<double>& fvec,
                                       lm_control& control) {
   const std::size_t n = model.unknown_count(), m = model.residual_count();

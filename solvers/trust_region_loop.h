@@ -28,6 +28,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <concepts>
 #include <cstddef>
 #include <vector>
 
@@ -35,6 +36,24 @@
 #include "solvers/minpack.h"
 
 namespace trust_region {
+
+// The contracts above, checked where the loop is instantiated.
+template <class L>
+concept linearisation = requires(L& linear, const double* x, double* out, double delta, double& par, double value,
+                                 double& result) {
+  { linear.evaluate(x, x) } -> std::convertible_to<bool>;
+  linear.column_norms(out);
+  { linear.gradient_measure(value, x) } -> std::convertible_to<double>;
+  linear.step(x, delta, par, out);
+  linear.predicted(x, value, value, value, result, result);
+};
+
+template <class M>
+concept residual_model = requires(M& model, const double* x, double* out) {
+  model.residuals(x, out);
+  model.advance(x, x, out);
+  { model.failed } -> std::convertible_to<bool>;
+};
 
 // Published constants of lmder.
 inline constexpr double step_bound_factor = 100.0;
@@ -56,7 +75,7 @@ inline int64_t stop_code(const lm_control& c, double actred, double prered, doub
   return info;
 }
 
-template <class Model, class Linearisation>
+template <residual_model Model, linearisation Linearisation>
 void run(lm_control& c, Model& model, Linearisation& linear, double* x, double* fvec, std::size_t n, std::size_t m) {
   c.nfev = c.njev = 0;
   c.info = 0;
