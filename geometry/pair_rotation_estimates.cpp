@@ -13,9 +13,6 @@ namespace {
 // fix the three scales.
 constexpr double smallest_singular_value = 1e-6;
 
-// Handed to the general decomposition of the constraint estimate.
-constexpr double constraint_tolerance = 1e-8;
-
 // M = K1^-1 H K2.
 void calibrated(const double h[9], double f1, double f2, double m[9]) {
   m[0] = h[0] * f2 / f1;
@@ -131,7 +128,7 @@ bool constraint_estimate(const double h[9], double& f1, double& f2, double rotat
   f2 *= std::sqrt(y);
 
   calibrated(h, f1, f2, m);
-  const svd_full<double> decomposition(view_3x3(m), constraint_tolerance);
+  const svd_full<double> decomposition(view_3x3(m));
   if (decomposition.failed) return false;
   double u[9];
   std::copy_n(decomposition.u.data, 9, u);

@@ -34,7 +34,6 @@ class pair_rotation_model {
   std::array<double, 3> rotation_vector{};  // R as an axis-angle vector
   lens_record camera_first;                 // (f1, f1, centre x, centre y, 0, 0)
   lens_record camera_second;                // likewise with f2
-  bool ready = true;
   bool failed = false;
   bool local_update = true;  // rotation steps multiply on the left; else the vectors add
 

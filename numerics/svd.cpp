@@ -28,9 +28,8 @@ const char* job(bool economy) { return economy ? "S" : "A"; }
 }  // namespace
 
 template <class T>
-svd_full<T>::svd_full(matrix_view<const T> matrix, double threshold, bool economy_form)
-    : m(static_cast<int32_t>(matrix.rows)), n(static_cast<int32_t>(matrix.cols)), tolerance(threshold),
-      economy(economy_form) {
+svd_full<T>::svd_full(matrix_view<const T> matrix, bool economy_form)
+    : m(static_cast<int32_t>(matrix.rows)), n(static_cast<int32_t>(matrix.cols)), economy(economy_form) {
   const int mn = std::min(m, n);
   auto a = linear_solve_detail::column_major_copy(matrix);
   u = dense_matrix<T>(static_cast<uint64_t>(m), static_cast<uint64_t>(economy ? mn : m));

@@ -11,14 +11,13 @@
 // when LAPACK reports an error, and the factors are then as LAPACK left them.
 template <class T>
 struct svd_full {
-  svd_full(matrix_view<const T> matrix, double tolerance, bool economy_form = true);
+  explicit svd_full(matrix_view<const T> matrix, bool economy_form = true);
 
   int32_t m;
   int32_t n;
   dense_matrix<T> u;
   dense_matrix<T> vt;
   dense_vector<T> s;
-  double tolerance;  // kept for the caller
   bool failed = false;
   bool economy = true;
 };

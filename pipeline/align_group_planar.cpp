@@ -85,8 +85,8 @@ void MultiViewAligner::AlignGroupPlanar(const component_record<h_matrix_2d>& gro
   std::vector<std::array<double, 2>> centres;
   for (const frame_features_ptr& frame : group.frames) centres.push_back({frame->center_x, frame->center_y});
   const planar_refinement refined =
-      refine_planar_group({refine_groups, nonlinear_refine, estimate_distortion, lens_option_a, group_homography_threshold},
-                          group.frames, tracks, group.motions, centres, reference);
+      refine_planar_group({refine_groups, nonlinear_refine, estimate_distortion, group_homography_threshold}, group.frames,
+                          tracks, group.motions, centres, reference);
   const h_matrix_2d to_plane = refined.motions[reference].inverse();
   const double r = reduction_scale(reduction_levels[group.frame_ids[reference]]);
 

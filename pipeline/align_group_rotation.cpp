@@ -22,9 +22,8 @@ namespace {
 enum surface_mode : int32_t { surface_automatic = 0, surface_cylinder = 1, surface_sphere = 2 };
 
 camera_refinement_options refinement_options(const MultiViewAligner& aligner) {
-  return {aligner.refine_groups,         aligner.nonlinear_refine,         aligner.estimate_distortion,
-          aligner.lens_option_a,         aligner.lens_option_b,            aligner.group_rotation_threshold,
-          aligner.max_lens_parameter_a,  aligner.max_lens_parameter_b};
+  return {aligner.refine_groups,        aligner.nonlinear_refine,     aligner.estimate_distortion,
+          aligner.group_rotation_threshold, aligner.max_lens_parameter_a, aligner.max_lens_parameter_b};
 }
 
 // The group's cameras from the chained motions: rotations camera-to-world.

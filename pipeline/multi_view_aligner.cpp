@@ -7,8 +7,6 @@ MultiViewAligner::MultiViewAligner(MultiViewParams& run_params, HomographyType t
       extra_pass(options.extra_pass),
       nonlinear_refine(options.nonlinear_refine),
       estimate_distortion(options.estimate_distortion),
-      lens_option_a(options.lens_option_a),
-      lens_option_b(options.lens_option_b),
       first_frame_rect(first_rect),
       params(&run_params) {
   if (nonlinear_refine) {

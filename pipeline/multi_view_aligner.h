@@ -23,8 +23,6 @@ struct aligner_options {
   bool extra_pass = false;       // the further pass of pair and group refinement
   bool nonlinear_refine = true;  // refine with the nonlinear estimators
   bool estimate_distortion = false;
-  bool lens_option_a = false;    // which lens values the rotation groups fit
-  bool lens_option_b = false;
 };
 
 class MultiViewAligner {
@@ -65,8 +63,6 @@ class MultiViewAligner {
   bool extra_pass;
   bool nonlinear_refine;
   bool estimate_distortion;
-  bool lens_option_a;
-  bool lens_option_b;
   FrameRect first_frame_rect;
   std::vector<frame_features_ptr> features;  // per usable frame
   pair_table<pair_matches_ptr> pairs;          // the matches of every pair of frames

@@ -99,7 +99,7 @@ planar_refinement refine_planar_group(const planar_refinement_options& options,
   for (std::size_t i = 0; i < lens.size(); ++i) {
     lens[i].h = about_centre(h[i], result.centres[i], -1.0);
     lens[i].centre = result.centres[i];
-    lens[i].lens_code = options.lens_option_a ? planar_lens_centre_and_distortion : planar_lens_distortion;
+    lens[i].lens_code = planar_lens_distortion;
   }
   const auto fitted = adjust(lens, frames, tracks);
   if (fitted.empty()) return result;

@@ -15,7 +15,6 @@ struct planar_refinement_options {
   bool refine_groups = true;
   bool nonlinear_refine = true;  // robust residuals and the lens stage; else the plain model alone
   bool estimate_distortion = false;
-  bool lens_option_a = false;  // the distortion centres move too
   double group_homography_threshold = 2.0;
 };
 

@@ -61,11 +61,11 @@ bool adjust_robust(const camera_refinement_options& options, std::size_t referen
   return true;
 }
 
-// The second stage: one focal length and radial distortion per camera (or
-// shared), principal points on request, over the first stage's points.
+// The second stage: one focal length and radial distortion per camera, the
+// principal points held, over the first stage's points.
 void fit_distortion(const camera_refinement_options& options, const track_scene& points, std::size_t reference,
                     group_cameras& cameras) {
-  const int32_t mode = options.lens_option_a ? (options.lens_option_b ? 29 : 11) : (options.lens_option_b ? 27 : 17);
+  constexpr int32_t mode = 17;  // camera focal length and distortion
   const auto start =
       cameras_for<motion_control_rotation_distorted>(cameras, reference, mode, options.group_rotation_threshold);
   if (!start) return;

@@ -16,8 +16,6 @@ struct camera_refinement_options {
   bool refine_groups = true;
   bool nonlinear_refine = true;  // robust residuals; else the plain adjuster in the reference's frame
   bool estimate_distortion = false;
-  bool lens_option_a = false;  // principal points per camera
-  bool lens_option_b = false;  // distortion shared by all cameras
   double group_rotation_threshold = 2.0;
   double max_lens_parameter_a = 0.8;  // largest accepted |k1|
   double max_lens_parameter_b = 1.5;  // largest accepted |k2|

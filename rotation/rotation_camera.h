@@ -94,7 +94,6 @@ struct rotation_camera : Projection::lens_type {
   double rotation[9];              // row-major
   double rotation_derivative[27];  // [3 e + k]: entry e of the matrix by rotation parameter k
   bool local_rotation = true;      // steps act in front of the rotation; else the vectors add
-  bool reference_rotation_active = false;
   bool rotation_free;
   double robust_threshold = 0.0;  // the radius of the robust map, robust types only
 

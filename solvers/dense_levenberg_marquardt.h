@@ -139,7 +139,6 @@ bool dense_levenberg_marquardt_5x9(Model& model, std::vector<double>& x, std::ve
   control.ftol = 1e-10;
   control.gtol = 1e-5;
   control.maxfev = 2000;
-  control.epsfcn = 1e-5;
   dense_levenberg_marquardt(control, model, x.data(), 5, fvec.data(), 9);
   return !model.failed;
 }

@@ -10,7 +10,6 @@ struct lm_control {
   uint64_t maxfev = 0;   // budget of residual evaluations
   double ftol = 1e-10;   // relative reduction tolerance
   double gtol = 1e-5;    // gradient orthogonality tolerance
-  double epsfcn = 0.0;   // carried for callers that set it; no solver reads it
 
   // Out.
   uint64_t nfev = 0;  // residual evaluations, the first one included
