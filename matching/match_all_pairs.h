@@ -1,5 +1,5 @@
 // The pair stage: every pair of frames matched through the host's batch job,
-// into the aligner's triangular table of pair records; and its two
+// into the triangular table of pair records; and its two
 // sequential forms, the reference for what the job computes.
 #pragma once
 
