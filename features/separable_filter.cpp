@@ -14,20 +14,6 @@ T* row_at(T* base, std::size_t row, std::size_t row_bytes) {
   return reinterpret_cast<T*>(reinterpret_cast<byte*>(base) + row * row_bytes);
 }
 
-// A float array that starts on a 16-byte boundary, as the row kernels expect.
-class aligned_floats {
- public:
-  explicit aligned_floats(std::size_t count) : storage_(new float[count + 4]()) {
-    const auto address = reinterpret_cast<uintptr_t>(storage_.get());
-    data_ = storage_.get() + ((16 - address % 16) % 16) / sizeof(float);
-  }
-  float* data() { return data_; }
-
- private:
-  std::unique_ptr<float[]> storage_;
-  float* data_;
-};
-
 // `half` copies of the first sample, the samples, and taps - half - 1 copies
 // of the last (none for no taps): the line that a filter of `taps` taps
 // walks for `count` outputs. Samples are `step` bytes apart.
@@ -56,6 +42,8 @@ struct kernel_road {
   host::suite_entry<host::row_filter_function> entry;
 };
 
+constexpr std::size_t largest_table_row = 20;
+
 kernel_road road_for(std::size_t tap_count) {
   if (tap_count <= 5) return {8, host::row_filter_entries[0]};
   if (tap_count <= 9) return {12, host::row_filter_entries[1]};
@@ -78,7 +66,8 @@ void filter_rows(host::row_filter_function* kernel, const float* table, const fl
 
 void separable_filter_host(const float* source, std::size_t width, std::size_t height,
                            std::size_t source_row_bytes, const float* taps, std::size_t tap_count,
-                           std::size_t half, float* destination, std::size_t destination_row_bytes) {
+                           std::size_t half, float* destination, std::size_t destination_row_bytes,
+                           filter_workspace& workspace) {
   if (width == 0 || height == 0) return;
   const kernel_road road = road_for(tap_count);
   host::row_filter_function* const kernel = host::entry(road.entry);
@@ -86,23 +75,22 @@ void separable_filter_host(const float* source, std::size_t width, std::size_t h
 
   // Four copies of the taps, copy c shifted right by c: the shape a vector
   // unit needs to take four outputs at any alignment.
-  aligned_floats table(4 * road.table_row);
-  for (std::size_t copy = 0; copy < 4; ++copy) {
-    std::copy_n(taps, tap_count, table.data() + copy * road.table_row + copy);
-  }
+  alignas(32) float table[4 * largest_table_row] = {};
+  for (std::size_t copy = 0; copy < 4; ++copy) std::copy_n(taps, tap_count, table + copy * road.table_row + copy);
   const std::size_t line_length = std::max(width, height) + tap_count + 8;
-  aligned_floats line(line_length), output(line_length);
+  float* const line = workspace.buffer(0, line_length);
+  float* const output = workspace.buffer(1, line_length);
 
-  filter_rows(kernel, table.data(), source, source_row_bytes, destination, destination_row_bytes, width, height,
-              tap_count, half, line.data(), output.data());
+  filter_rows(kernel, table, source, source_row_bytes, destination, destination_row_bytes, width, height,
+              tap_count, half, line, output);
 
   // The vertical pass runs along the rows of the transposed plane.
-  const std::unique_ptr<float[]> scratch(new float[width * height]);
+  float* const scratch = workspace.buffer(2, width * height);
   const std::size_t scratch_row_bytes = height * sizeof(float);
-  transpose(scratch.get(), scratch_row_bytes, destination, destination_row_bytes, width, height);
-  filter_rows(kernel, table.data(), scratch.get(), scratch_row_bytes, scratch.get(), scratch_row_bytes, height,
-              width, tap_count, half, line.data(), output.data());
-  transpose(destination, destination_row_bytes, scratch.get(), scratch_row_bytes, height, width);
+  transpose(scratch, scratch_row_bytes, destination, destination_row_bytes, width, height);
+  filter_rows(kernel, table, scratch, scratch_row_bytes, scratch, scratch_row_bytes, height, width, tap_count, half,
+              line, output);
+  transpose(destination, destination_row_bytes, scratch, scratch_row_bytes, height, width);
 }
 
 }  // namespace
@@ -126,7 +114,7 @@ void separable_filter_plain(const float* source, std::size_t width, std::size_t 
 
 void separable_filter(const float* source, std::size_t width, std::size_t height, std::size_t source_row_bytes,
                       const float* taps, std::size_t tap_count, std::size_t half, float* destination,
-                      std::size_t destination_row_bytes) {
+                      std::size_t destination_row_bytes, filter_workspace& workspace) {
   if (tap_count == 1) {
     const float gain = taps[0] * taps[0];
     for (std::size_t y = 0; y < height; ++y) {
@@ -136,7 +124,7 @@ void separable_filter(const float* source, std::size_t width, std::size_t height
     }
   } else if (tap_count >= 2 && tap_count <= 17) {
     separable_filter_host(source, width, height, source_row_bytes, taps, tap_count, half, destination,
-                          destination_row_bytes);
+                          destination_row_bytes, workspace);
   } else {
     separable_filter_plain(source, width, height, source_row_bytes, taps, tap_count, half, destination,
                            destination_row_bytes);

@@ -10,6 +10,9 @@
 
 namespace {
 
+// Scratch shared by every call, as an extraction run shares it.
+filter_workspace workspace;
+
 std::vector<float> random_plane(std::size_t width, std::size_t height, unsigned seed) {
   std::mt19937 generator(seed);
   std::uniform_real_distribution<float> value(0.0f, 1.0f);
@@ -25,7 +28,7 @@ TEST(SeparableFilter, a_small_case_by_hand) {
   const std::vector<float> source = {1, 2, 3, 5, 6, 7};
   std::vector<float> plain(6), hosted(6);
   separable_filter_plain(source.data(), 3, 2, 12, taps, 3, 1, plain.data(), 12);
-  separable_filter(source.data(), 3, 2, 12, taps, 3, 1, hosted.data(), 12);
+  separable_filter(source.data(), 3, 2, 12, taps, 3, 1, hosted.data(), 12, workspace);
   const std::vector<float> expected = {2.25f, 3.0f, 3.75f, 4.25f, 5.0f, 5.75f};
   EXPECT_EQ(expected, plain);
   EXPECT_EQ(expected, hosted);
@@ -43,7 +46,7 @@ TEST(SeparableFilter, the_host_kernels_give_the_plain_loops_bits_for_every_tap_c
       separable_filter_plain(source.data(), width, height, source_row_bytes, kernel.data(), taps, taps / 2,
                              plain.data(), width * sizeof(float));
       separable_filter(source.data(), width, height, source_row_bytes, kernel.data(), taps, taps / 2,
-                       hosted.data(), width * sizeof(float));
+                       hosted.data(), width * sizeof(float), workspace);
       ASSERT_EQ(plain, hosted) << taps << " taps, " << width << " x " << height;
     }
   }
@@ -53,13 +56,13 @@ TEST(SeparableFilter, a_flat_plane_stays_flat_and_one_tap_scales_by_its_square) 
   const gaussian_kernel kernel(1.5450082f);
   const std::vector<float> flat(40 * 30, 1.0f);
   std::vector<float> out(40 * 30);
-  separable_filter(flat.data(), 40, 30, 160, kernel.taps.get(), kernel.length, kernel.half(), out.data(), 160);
+  separable_filter(flat.data(), 40, 30, 160, kernel.taps.get(), kernel.length, kernel.half(), out.data(), 160, workspace);
   for (const float sample : out) EXPECT_NEAR(1.0f, sample, 1e-6f);
 
   const float tap = 0.5f;
   const std::vector<float> source = {2.0f, 4.0f};
   std::vector<float> scaled(2);
-  separable_filter(source.data(), 2, 1, 8, &tap, 1, 0, scaled.data(), 8);
+  separable_filter(source.data(), 2, 1, 8, &tap, 1, 0, scaled.data(), 8, workspace);
   EXPECT_EQ(0.5f, scaled[0]);
   EXPECT_EQ(1.0f, scaled[1]);
 }
@@ -67,7 +70,7 @@ TEST(SeparableFilter, a_flat_plane_stays_flat_and_one_tap_scales_by_its_square) 
 TEST(SeparableFilter, no_taps_take_the_plain_loops_and_sum_nothing) {
   const std::vector<float> source = {2.0f, 4.0f, 6.0f, 8.0f, 10.0f, 12.0f};
   std::vector<float> out(6, 7.0f);
-  separable_filter(source.data(), 3, 2, 12, nullptr, 0, 0, out.data(), 12);
+  separable_filter(source.data(), 3, 2, 12, nullptr, 0, 0, out.data(), 12, workspace);
   EXPECT_EQ(std::vector<float>(6, 0.0f), out);
 }
 
