@@ -2,7 +2,7 @@
 // for a run of one batch and for a run of three batches, peak memory of a
 // batch, OpenCV's SIFT on the same frames when it is installed, and the
 // quality figures on the photograph sets. `feature_bench --timing` gives
-// the times alone.
+// the times alone, and `--timing N` takes N runs of each.
 #include <malloc.h>
 #include <omp.h>
 
@@ -34,7 +34,8 @@ namespace {
 using namespace test_support;
 using clock_type = std::chrono::steady_clock;
 
-constexpr int frame_width = 760, frame_height = 570, batch = 4, repetitions = 7;
+constexpr int frame_width = 760, frame_height = 570, batch = 4;
+int repetitions = 7;
 
 // Photographs scaled to the frame size, or, without them, a rendered texture.
 std::vector<grey_image> test_frames() {
@@ -185,6 +186,7 @@ void operator delete[](void* block, std::size_t) noexcept { operator delete(bloc
 
 int main(int argc, char** argv) {
   const bool timing_only = argc > 1 && std::strcmp(argv[1], "--timing") == 0;
+  if (timing_only && argc > 2) repetitions = std::max(1, std::atoi(argv[2]));
   InitVerdaneLibrary(nullptr, true);
   OstrelSetBatchSize(batch);
   std::vector<grey_image> images = test_frames();
