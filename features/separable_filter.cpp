@@ -14,6 +14,14 @@ T* row_at(T* base, std::size_t row, std::size_t row_bytes) {
   return reinterpret_cast<T*>(reinterpret_cast<byte*>(base) + row * row_bytes);
 }
 
+// Replicates the first and last of the `count` samples at line + half into
+// the `half` places before them and the taps - half - 1 after them (none
+// for no taps).
+void pad_line(float* line, std::size_t count, std::size_t taps, std::size_t half) {
+  std::fill_n(line, half, line[half]);
+  if (taps > half) std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
+}
+
 // `half` copies of the first sample, the samples, and taps - half - 1 copies
 // of the last (none for no taps): the line that a filter of `taps` taps
 // walks for `count` outputs. Samples are `step` bytes apart.
@@ -24,8 +32,7 @@ void fill_line(float* line, const float* samples, std::size_t step, std::size_t 
   } else {
     for (std::size_t i = 0; i < count; ++i) line[half + i] = *row_at(samples, i, step);
   }
-  std::fill_n(line, half, line[half]);
-  if (taps > half) std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
+  pad_line(line, count, taps, half);
 }
 
 void convolve_plain(const float* line, std::size_t count, const float* taps, std::size_t tap_count, float* out) {
@@ -51,19 +58,6 @@ kernel_road road_for(std::size_t tap_count) {
   return {20, host::row_filter_entries[3]};
 }
 
-// Filters every row of `plane` (in place when source and destination
-// coincide) through the host kernel.
-void filter_rows(host::row_filter_function* kernel, const float* table, const float* source,
-                 std::size_t source_row_bytes, float* destination, std::size_t destination_row_bytes,
-                 std::size_t width, std::size_t rows, std::size_t tap_count, std::size_t half, float* line,
-                 float* output) {
-  for (std::size_t y = 0; y < rows; ++y) {
-    fill_line(line, row_at(source, y, source_row_bytes), sizeof(float), width, tap_count, half);
-    kernel(line, tap_count + width - 1, table, tap_count, half, output);
-    std::copy_n(output, width, row_at(destination, y, destination_row_bytes));
-  }
-}
-
 void separable_filter_host(const float* source, std::size_t width, std::size_t height,
                            std::size_t source_row_bytes, const float* taps, std::size_t tap_count,
                            std::size_t half, float* destination, std::size_t destination_row_bytes,
@@ -77,20 +71,29 @@ void separable_filter_host(const float* source, std::size_t width, std::size_t h
   // unit needs to take four outputs at any alignment.
   alignas(32) float table[4 * largest_table_row] = {};
   for (std::size_t copy = 0; copy < 4; ++copy) std::copy_n(taps, tap_count, table + copy * road.table_row + copy);
-  const std::size_t line_length = std::max(width, height) + tap_count + 8;
-  float* const line = workspace.buffer(0, line_length);
-  float* const output = workspace.buffer(1, line_length);
 
-  filter_rows(kernel, table, source, source_row_bytes, destination, destination_row_bytes, width, height,
-              tap_count, half, line, output);
+  // Both passes hand the kernel all lines of the plane at once, each line
+  // padded as for a call of its own and the next following it: an output
+  // that straddles two lines is never read, every other one is the sum that
+  // a line of its own gives, and the host can share a whole plane among its
+  // threads.
+  const std::size_t across = width + tap_count - 1;  // a padded row
+  const std::size_t down = height + tap_count - 1;   // a padded column
+  float* const lines = workspace.buffer(0, std::max(height * across, width * down));
+  float* const filtered = workspace.buffer(1, height * across);
+  float* const columns = workspace.buffer(2, width * down);
 
-  // The vertical pass runs along the rows of the transposed plane.
-  float* const scratch = workspace.buffer(2, width * height);
-  const std::size_t scratch_row_bytes = height * sizeof(float);
-  transpose(scratch, scratch_row_bytes, destination, destination_row_bytes, width, height);
-  filter_rows(kernel, table, scratch, scratch_row_bytes, scratch, scratch_row_bytes, height, width, tap_count, half,
-              line, output);
-  transpose(destination, destination_row_bytes, scratch, scratch_row_bytes, height, width);
+  for (std::size_t y = 0; y < height; ++y) {
+    fill_line(lines + y * across, row_at(source, y, source_row_bytes), sizeof(float), width, tap_count, half);
+  }
+  kernel(lines, height * across, table, tap_count, half, filtered);
+
+  // The vertical pass runs along the rows of the transposed plane, which
+  // the transposition leaves in place for their padding.
+  transpose(columns + half, down * sizeof(float), filtered, across * sizeof(float), width, height);
+  for (std::size_t x = 0; x < width; ++x) pad_line(columns + x * down, height, tap_count, half);
+  kernel(columns, width * down, table, tap_count, half, lines);
+  transpose(destination, destination_row_bytes, lines, down * sizeof(float), height, width);
 }
 
 }  // namespace

@@ -122,21 +122,30 @@ void convolve_row(const float* line, std::size_t line_length, const float* table
                   std::size_t /*half*/, float* output) {
   if (taps == 0 || line_length < taps) return;
   const std::size_t width = line_length - taps + 1;
-  if (cpu_has_avx2()) {
-    convolve_row_avx2(line, width, table, taps, output);
-  } else {
-    convolve_row_portable(line, width, table, taps, output);
+  const auto kernel = cpu_has_avx2() ? convolve_row_avx2 : convolve_row_portable;
+  // A long line (the engine hands over a plane's rows at once) is shared
+  // out in pieces; every output is the same sum wherever a piece starts.
+  constexpr std::size_t piece = 16384;
+  const auto pieces = static_cast<std::ptrdiff_t>((width + piece - 1) / piece);
+#pragma omp parallel for schedule(static) if (pieces > 1)
+  for (std::ptrdiff_t p = 0; p < pieces; ++p) {
+    const std::size_t first = static_cast<std::size_t>(p) * piece;
+    kernel(line + first, std::min(piece, width - first), table, taps, output + first);
   }
 }
 
 void transpose_plane(float* destination, std::size_t destination_row_bytes, const float* source,
                      std::size_t source_row_bytes, std::size_t source_width, std::size_t source_height) {
-  if (cpu_has_avx2()) {
-    transpose_plane_avx2(destination, destination_row_bytes, source, source_row_bytes, source_width,
-                         source_height);
-  } else {
-    transpose_plane_portable(destination, destination_row_bytes, source, source_row_bytes, source_width,
-                             source_height);
+  const auto kernel = cpu_has_avx2() ? transpose_plane_avx2 : transpose_plane_portable;
+  // Bands of source rows go to bands of destination columns, each band to
+  // one thread; moving samples gives the same plane in any order.
+  constexpr std::size_t band = 64;
+  const auto bands = static_cast<std::ptrdiff_t>((source_height + band - 1) / band);
+#pragma omp parallel for schedule(static) if (bands > 1 && source_width * source_height >= (1u << 16))
+  for (std::ptrdiff_t b = 0; b < bands; ++b) {
+    const std::size_t first = static_cast<std::size_t>(b) * band;
+    kernel(destination + first, destination_row_bytes, row_at(source, first, source_row_bytes), source_row_bytes,
+           source_width, std::min(band, source_height - first));
   }
 }
 

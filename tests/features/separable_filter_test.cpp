@@ -1,6 +1,7 @@
 // Both roads of the separable filter compute the same sums with edge
 // replication, horizontal pass first.
 #include <gtest/gtest.h>
+#include <omp.h>
 
 #include <random>
 #include <vector>
@@ -52,11 +53,34 @@ TEST(SeparableFilter, the_host_kernels_give_the_plain_loops_bits_for_every_tap_c
   }
 }
 
+// A plane of this size is shared among the host's threads in both passes
+// and in the transpositions; the pieces must not show in the result.
+TEST(SeparableFilter, planes_shared_among_threads_give_the_plain_loops_bits_for_any_thread_count) {
+  const std::size_t width = 613, height = 347;
+  const std::vector<float> source = random_plane(width, height, 5);
+  for (const float sigma : {0.6131368f, 0.9732941f, 1.5450082f}) {
+    const gaussian_kernel kernel(sigma);
+    std::vector<float> plain(width * height);
+    separable_filter_plain(source.data(), width, height, width * sizeof(float), kernel.taps.get(), kernel.length,
+                           kernel.half(), plain.data(), width * sizeof(float));
+    const int threads = omp_get_max_threads();
+    for (const int thread_count : {1, 2, 3}) {
+      omp_set_num_threads(thread_count);
+      std::vector<float> hosted(width * height);
+      separable_filter(source.data(), width, height, width * sizeof(float), kernel.taps.get(), kernel.length,
+                       kernel.half(), hosted.data(), width * sizeof(float), workspace);
+      EXPECT_EQ(plain, hosted) << kernel.length << " taps, " << thread_count << " threads";
+    }
+    omp_set_num_threads(threads);
+  }
+}
+
 TEST(SeparableFilter, a_flat_plane_stays_flat_and_one_tap_scales_by_its_square) {
   const gaussian_kernel kernel(1.5450082f);
   const std::vector<float> flat(40 * 30, 1.0f);
   std::vector<float> out(40 * 30);
-  separable_filter(flat.data(), 40, 30, 160, kernel.taps.get(), kernel.length, kernel.half(), out.data(), 160, workspace);
+  separable_filter(flat.data(), 40, 30, 160, kernel.taps.get(), kernel.length, kernel.half(), out.data(), 160,
+                   workspace);
   for (const float sample : out) EXPECT_NEAR(1.0f, sample, 1e-6f);
 
   const float tap = 0.5f;
