@@ -113,8 +113,10 @@ TEST_F(VectorKernels, extrema_equal_the_portable_search) {
                            above = random_floats(width * height, 6);
   std::vector<uint32_t> vector_found(width), portable_found(width);
   std::size_t total = 0;
-  // The whole row, and stretches that start and end anywhere.
-  for (const host::column_span span : {host::column_span{0, width}, {0, 13}, {13, 50}, {50, 200}, {7, 8}}) {
+  // The whole row, and stretches that start and end anywhere: whole groups
+  // of eight, and tails that overlap the group before.
+  for (const host::column_span span :
+       {host::column_span{0, width}, {0, 13}, {13, 50}, {50, 200}, {7, 8}, {0, 64}, {2, 11}, {3, 12}}) {
     for (std::size_t y = 1; y + 1 < height; ++y) {
       const std::size_t a =
           host::extrema_in_row(below.data(), here.data(), above.data(), width, y, span, 0.3f, vector_found.data());
