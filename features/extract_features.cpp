@@ -51,7 +51,9 @@ void extract_run(const std::vector<AlignFrame>& frames, std::size_t start, std::
   batch.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     const AlignFrame& frame = frames[start + i];
-    if (i == batch.size()) batch.emplace_back(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height), 0);
+    if (i == batch.size()) {
+      batch.emplace_back(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height), 0);
+    }
     build_pyramid(batch[i], frame, pool.workspace);
   }
   host::entry(host::detect_keypoints_entry)(&batch);

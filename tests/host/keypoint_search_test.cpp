@@ -46,7 +46,8 @@ std::vector<host::sift_candidate> candidates_over_whole_planes(const scale_space
 TEST(KeypointSearch, rows_of_differences_made_on_the_way_find_the_candidates_of_whole_planes) {
   // Octaves of three to five rows keep all their rows; taller ones a ring.
   // A work area of a few candidates is filled before the search ends.
-  for (const auto& [width, height] : {std::pair<uint64_t, uint64_t>{40, 3}, {33, 4}, {29, 5}, {31, 6}, {47, 7}, {90, 61}}) {
+  const std::pair<uint64_t, uint64_t> sizes[] = {{40, 3}, {33, 4}, {29, 5}, {31, 6}, {47, 7}, {90, 61}};
+  for (const auto& [width, height] : sizes) {
     for (const auto& [noise, room] : {std::pair<float, std::size_t>{0.5f, 0}, {0.02f, 0}, {0.5f, 5}}) {
       std::vector<scale_space> batch;
       batch.emplace_back(width, height, 1);
