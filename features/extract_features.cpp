@@ -9,16 +9,16 @@
 
 namespace {
 
-void build_pyramid(std::vector<scale_space>& batch, const AlignFrame& frame) {
+// The frame's pyramid in `record`, a record of an earlier batch when there
+// is one, so that its planes and lists are reused.
+void build_pyramid(scale_space& record, const AlignFrame& frame, filter_workspace& workspace) {
   const bool small = frame.feature_mode == 1;
-  const scale_space made(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height),
-                         small ? 1 : scale_space::full_octave_count);
-  batch.push_back(made);
-  scale_space& record = batch.back();
+  reset_scale_space(record, static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height),
+                    small ? 1 : scale_space::full_octave_count);
   if (small) apply_small_feature_budget(record);
   allocate_scale_space(record);
-  load_first_image(record, frame);
-  build_scale_space(record);
+  load_first_image(record, frame, workspace);
+  build_scale_space(record, workspace);
 }
 
 // The frame's record with room for its features; null only if it could
@@ -35,11 +35,27 @@ frame_features_ptr make_frame_features(std::size_t position, const AlignFrame& f
   return made;
 }
 
-void extract_run(const std::vector<AlignFrame>& frames, std::size_t start, std::size_t count,
-                 std::vector<extracted_frame>& extracted) {
+// What the stage keeps from batch to batch: the records, whose planes and
+// lists the next batch reuses, and the filter's scratch. At most one batch of
+// pyramids exists at a time.
+struct extraction_pool {
   std::vector<scale_space> batch;
+  filter_workspace workspace;
+};
+
+void extract_run(const std::vector<AlignFrame>& frames, std::size_t start, std::size_t count, extraction_pool& pool,
+                 std::vector<extracted_frame>& extracted) {
+  std::vector<scale_space>& batch = pool.batch;
+  // The jobs see the run's records alone: a last, shorter run drops the rest.
+  if (batch.size() > count) batch.erase(batch.begin() + static_cast<std::ptrdiff_t>(count), batch.end());
   batch.reserve(count);
-  for (std::size_t i = 0; i < count; ++i) build_pyramid(batch, frames[start + i]);
+  for (std::size_t i = 0; i < count; ++i) {
+    const AlignFrame& frame = frames[start + i];
+    if (i == batch.size()) {
+      batch.emplace_back(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height), 0);
+    }
+    build_pyramid(batch[i], frame, pool.workspace);
+  }
   host::entry(host::detect_keypoints_entry)(&batch);
 
   std::vector<frame_features_ptr> run;
@@ -65,8 +81,9 @@ std::vector<extracted_frame> extract_features(const std::vector<AlignFrame>& fra
   if (frames.size() < 2) return extracted;
   // A host that answers less than one item per batch still makes progress.
   const auto batch = static_cast<std::size_t>(std::max(1, host::entry(host::batch_size_entry)()));
+  extraction_pool pool;
   for (std::size_t start = 0; start < frames.size(); start += batch) {
-    extract_run(frames, start, std::min(batch, frames.size() - start), extracted);
+    extract_run(frames, start, std::min(batch, frames.size() - start), pool, extracted);
   }
   return extracted;
 }

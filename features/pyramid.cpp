@@ -1,5 +1,6 @@
 #include "features/pyramid.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "features/gaussian_kernel.h"
@@ -7,11 +8,11 @@
 
 namespace {
 
-void filter(const float_image& source, float_image& destination, float sigma) {
+void filter(const float_image& source, float_image& destination, float sigma, filter_workspace& workspace) {
   const gaussian_kernel kernel(sigma);
   const std::size_t row_bytes = source.width * sizeof(float);
   separable_filter(source.samples, source.width, source.height, row_bytes, kernel.taps.get(), kernel.length,
-                   kernel.half(), destination.samples, row_bytes);
+                   kernel.half(), destination.samples, row_bytes, workspace);
 }
 
 // Every second sample of every second row, starting at sample 0 of row 0:
@@ -26,7 +27,7 @@ void decimate(const float_image& source, float_image& destination) {
 
 }  // namespace
 
-void load_first_image(scale_space& record, const AlignFrame& grey) {
+void load_first_image(scale_space& record, const AlignFrame& grey, filter_workspace& workspace) {
   vector_slot<float_image>& first_octave = record.octaves[0];
   float_image& staging = first_octave[1];
   const auto columns = static_cast<uint64_t>(grey.width);
@@ -44,13 +45,13 @@ void load_first_image(scale_space& record, const AlignFrame& grey) {
   const float target = record.base_sigma * scale;
   const float present = record.input_blur * scale;
   if (!(target > present)) {
-    first_octave[0] = staging;
+    std::copy_n(staging.samples, count, first_octave[0].samples);
     return;
   }
-  filter(staging, first_octave[0], std::sqrt(target * target - present * present));
+  filter(staging, first_octave[0], std::sqrt(target * target - present * present), workspace);
 }
 
-void build_scale_space(scale_space& record) {
+void build_scale_space(scale_space& record, filter_workspace& workspace) {
   const uint64_t s = record.levels_per_octave;
   const auto k = static_cast<float>(std::pow(2.0, 1.0 / static_cast<double>(s)));
   if (record.octave_count == 0) return;
@@ -61,7 +62,7 @@ void build_scale_space(scale_space& record) {
     if (o != 0) decimate(record.octaves[o - 1][s], levels[0]);
     float sigma = step * record.base_sigma;
     for (uint64_t l = 0; l <= s + 1; ++l) {
-      filter(levels[l], levels[l + 1], sigma);
+      filter(levels[l], levels[l + 1], sigma, workspace);
       sigma *= k;
     }
   }

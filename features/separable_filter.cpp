@@ -14,19 +14,13 @@ T* row_at(T* base, std::size_t row, std::size_t row_bytes) {
   return reinterpret_cast<T*>(reinterpret_cast<byte*>(base) + row * row_bytes);
 }
 
-// A float array that starts on a 16-byte boundary, as the row kernels expect.
-class aligned_floats {
- public:
-  explicit aligned_floats(std::size_t count) : storage_(new float[count + 4]()) {
-    const auto address = reinterpret_cast<uintptr_t>(storage_.get());
-    data_ = storage_.get() + ((16 - address % 16) % 16) / sizeof(float);
-  }
-  float* data() { return data_; }
-
- private:
-  std::unique_ptr<float[]> storage_;
-  float* data_;
-};
+// Replicates the first and last of the `count` samples at line + half into
+// the `half` places before them and the taps - half - 1 after them (none
+// for no taps).
+void pad_line(float* line, std::size_t count, std::size_t taps, std::size_t half) {
+  std::fill_n(line, half, line[half]);
+  if (taps > half) std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
+}
 
 // `half` copies of the first sample, the samples, and taps - half - 1 copies
 // of the last (none for no taps): the line that a filter of `taps` taps
@@ -38,8 +32,7 @@ void fill_line(float* line, const float* samples, std::size_t step, std::size_t 
   } else {
     for (std::size_t i = 0; i < count; ++i) line[half + i] = *row_at(samples, i, step);
   }
-  std::fill_n(line, half, line[half]);
-  if (taps > half) std::fill_n(line + half + count, taps - half - 1, line[half + count - 1]);
+  pad_line(line, count, taps, half);
 }
 
 void convolve_plain(const float* line, std::size_t count, const float* taps, std::size_t tap_count, float* out) {
@@ -56,6 +49,8 @@ struct kernel_road {
   host::suite_entry<host::row_filter_function> entry;
 };
 
+constexpr std::size_t largest_table_row = 20;
+
 kernel_road road_for(std::size_t tap_count) {
   if (tap_count <= 5) return {8, host::row_filter_entries[0]};
   if (tap_count <= 9) return {12, host::row_filter_entries[1]};
@@ -63,22 +58,10 @@ kernel_road road_for(std::size_t tap_count) {
   return {20, host::row_filter_entries[3]};
 }
 
-// Filters every row of `plane` (in place when source and destination
-// coincide) through the host kernel.
-void filter_rows(host::row_filter_function* kernel, const float* table, const float* source,
-                 std::size_t source_row_bytes, float* destination, std::size_t destination_row_bytes,
-                 std::size_t width, std::size_t rows, std::size_t tap_count, std::size_t half, float* line,
-                 float* output) {
-  for (std::size_t y = 0; y < rows; ++y) {
-    fill_line(line, row_at(source, y, source_row_bytes), sizeof(float), width, tap_count, half);
-    kernel(line, tap_count + width - 1, table, tap_count, half, output);
-    std::copy_n(output, width, row_at(destination, y, destination_row_bytes));
-  }
-}
-
 void separable_filter_host(const float* source, std::size_t width, std::size_t height,
                            std::size_t source_row_bytes, const float* taps, std::size_t tap_count,
-                           std::size_t half, float* destination, std::size_t destination_row_bytes) {
+                           std::size_t half, float* destination, std::size_t destination_row_bytes,
+                           filter_workspace& workspace) {
   if (width == 0 || height == 0) return;
   const kernel_road road = road_for(tap_count);
   host::row_filter_function* const kernel = host::entry(road.entry);
@@ -86,23 +69,31 @@ void separable_filter_host(const float* source, std::size_t width, std::size_t h
 
   // Four copies of the taps, copy c shifted right by c: the shape a vector
   // unit needs to take four outputs at any alignment.
-  aligned_floats table(4 * road.table_row);
-  for (std::size_t copy = 0; copy < 4; ++copy) {
-    std::copy_n(taps, tap_count, table.data() + copy * road.table_row + copy);
+  alignas(32) float table[4 * largest_table_row] = {};
+  for (std::size_t copy = 0; copy < 4; ++copy) std::copy_n(taps, tap_count, table + copy * road.table_row + copy);
+
+  // Both passes hand the kernel all lines of the plane at once, each line
+  // padded as for a call of its own and the next following it: an output
+  // that straddles two lines is never read, every other one is the sum that
+  // a line of its own gives, and the host can share a whole plane among its
+  // threads.
+  const std::size_t across = width + tap_count - 1;  // a padded row
+  const std::size_t down = height + tap_count - 1;   // a padded column
+  float* const lines = workspace.buffer(0, std::max(height * across, width * down));
+  float* const filtered = workspace.buffer(1, height * across);
+  float* const columns = workspace.buffer(2, width * down);
+
+  for (std::size_t y = 0; y < height; ++y) {
+    fill_line(lines + y * across, row_at(source, y, source_row_bytes), sizeof(float), width, tap_count, half);
   }
-  const std::size_t line_length = std::max(width, height) + tap_count + 8;
-  aligned_floats line(line_length), output(line_length);
+  kernel(lines, height * across, table, tap_count, half, filtered);
 
-  filter_rows(kernel, table.data(), source, source_row_bytes, destination, destination_row_bytes, width, height,
-              tap_count, half, line.data(), output.data());
-
-  // The vertical pass runs along the rows of the transposed plane.
-  const std::unique_ptr<float[]> scratch(new float[width * height]);
-  const std::size_t scratch_row_bytes = height * sizeof(float);
-  transpose(scratch.get(), scratch_row_bytes, destination, destination_row_bytes, width, height);
-  filter_rows(kernel, table.data(), scratch.get(), scratch_row_bytes, scratch.get(), scratch_row_bytes, height,
-              width, tap_count, half, line.data(), output.data());
-  transpose(destination, destination_row_bytes, scratch.get(), scratch_row_bytes, height, width);
+  // The vertical pass runs along the rows of the transposed plane, which
+  // the transposition leaves in place for their padding.
+  transpose(columns + half, down * sizeof(float), filtered, across * sizeof(float), width, height);
+  for (std::size_t x = 0; x < width; ++x) pad_line(columns + x * down, height, tap_count, half);
+  kernel(columns, width * down, table, tap_count, half, lines);
+  transpose(destination, destination_row_bytes, lines, down * sizeof(float), height, width);
 }
 
 }  // namespace
@@ -126,7 +117,7 @@ void separable_filter_plain(const float* source, std::size_t width, std::size_t 
 
 void separable_filter(const float* source, std::size_t width, std::size_t height, std::size_t source_row_bytes,
                       const float* taps, std::size_t tap_count, std::size_t half, float* destination,
-                      std::size_t destination_row_bytes) {
+                      std::size_t destination_row_bytes, filter_workspace& workspace) {
   if (tap_count == 1) {
     const float gain = taps[0] * taps[0];
     for (std::size_t y = 0; y < height; ++y) {
@@ -136,7 +127,7 @@ void separable_filter(const float* source, std::size_t width, std::size_t height
     }
   } else if (tap_count >= 2 && tap_count <= 17) {
     separable_filter_host(source, width, height, source_row_bytes, taps, tap_count, half, destination,
-                          destination_row_bytes);
+                          destination_row_bytes, workspace);
   } else {
     separable_filter_plain(source, width, height, source_row_bytes, taps, tap_count, half, destination,
                            destination_row_bytes);

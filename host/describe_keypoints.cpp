@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include "host/descriptor_histogram.h"
 #include "host/keypoint_jobs.h"
 #include "host/octave_planes.h"
 #include "platform/progress.h"
@@ -14,36 +15,9 @@
 namespace host {
 namespace {
 
-constexpr int grid = 4;            // cells per side
-constexpr int orientation_bins = 8;
+constexpr int grid = descriptor_grid;
+constexpr int orientation_bins = descriptor_bins;
 constexpr float quantisation = 512.0f;  // a normalised element of 0.5 is byte 255
-
-// The histogram with a margin: one cell on every side and one orientation
-// bin past the last, so that interpolation writes without bounds checks.
-// The margins are dropped and the extra bin folded onto the first when the
-// descriptor is read out.
-using descriptor_histogram = float[grid + 2][grid + 2][orientation_bins + 1];
-
-// Adds `weight` at the fractional cell (row, column) in (-1, grid) and
-// orientation bin in [0, orientation_bins), shared between the eight
-// nearest bins.
-void add_trilinear(descriptor_histogram& histogram, float row, float column, float bin, float weight) {
-  // row + 1 and column + 1 are positive: truncation is the floor. Adding 1
-  // can round a value just below the grid's end up onto it.
-  const int r = std::min(static_cast<int>(row + 1.0f), grid), c = std::min(static_cast<int>(column + 1.0f), grid);
-  const int o = std::min(static_cast<int>(bin), orientation_bins - 1);  // a bin of 8.0 by rounding
-  const float dr = row + 1.0f - static_cast<float>(r), dc = column + 1.0f - static_cast<float>(c);
-  const float dor = bin - static_cast<float>(o);
-  for (int a = 0; a < 2; ++a) {
-    const float wr = weight * (a ? dr : 1.0f - dr);
-    for (int b = 0; b < 2; ++b) {
-      const float wc = wr * (b ? dc : 1.0f - dc);
-      float* cell = histogram[r + a][c + b];
-      cell[o] += wc * (1.0f - dor);
-      cell[o + 1] += wc * dor;
-    }
-  }
-}
 
 void gradient_histogram(const octave_planes& planes, const scale_space& record, const sift_keypoint& keypoint,
                         descriptor_histogram& histogram) {
@@ -81,16 +55,14 @@ void gradient_histogram(const octave_planes& planes, const scale_space& record, 
     return std::pair<int64_t, int64_t>(static_cast<int64_t>(std::floor(low - dx0)),
                                        static_cast<int64_t>(std::ceil(high - dx0)));
   };
-  for_each_gradient(plane, cx, cy, radius, span, [&](int64_t i, int64_t j, float magnitude, float direction) {
-    const float ox = static_cast<float>(i) + dx0, oy = static_cast<float>(j) + dy0;
-    // Cell units along and across the keypoint's orientation.
-    const float u = cos_t * ox + sin_t * oy;
-    const float v = -sin_t * ox + cos_t * oy;
-    const float column = u + 0.5f * (grid - 1), row = v + 0.5f * (grid - 1);
-    if (row <= -1.0f || row >= grid || column <= -1.0f || column >= grid) return;
-    const float turned = wrap_angle(direction - keypoint.angle);
-    add_trilinear(histogram, row, column, turned * (orientation_bins / two_pi), magnitude * profile(i) * profile(j));
-  });
+  const descriptor_frame frame{cos_t, sin_t, dx0, dy0, keypoint.angle};
+  alignas(32) float column_weights[gradient_chunk];
+  const auto add_row = [&](int64_t i0, int64_t j, const float* magnitude, const float* direction,
+                           std::size_t count) {
+    for (std::size_t k = 0; k < count; ++k) column_weights[k] = profile(i0 + static_cast<int64_t>(k));
+    add_histogram_row(magnitude, direction, column_weights, count, i0, j, profile(j), frame, histogram);
+  };
+  for_each_gradient_row(plane, cx, cy, radius, span, add_row);
 }
 
 // Normalised, clipped against single large gradients, normalised again.

@@ -26,49 +26,90 @@ constexpr std::size_t octave_limit = 64;
 // [start[o], start[o + 1]).
 using octave_starts = std::array<std::size_t, octave_limit + 1>;
 
-void difference_plane(const float_image& upper, const float_image& lower, float gain, float* out) {
-  const std::size_t count = upper.width * upper.height;
-  for (std::size_t i = 0; i < count; ++i) out[i] = gain * (upper.samples[i] - lower.samples[i]);
-}
+// The rows of one level of differences D_l = g_l (L_(l+1) - L_l) that the
+// search needs, made as the search goes down the octave instead of as a
+// whole plane written and read back. A tall octave keeps a ring of three
+// rows, each stored twice (at slots r mod 3 and r mod 3 + 3) so that any
+// three consecutive rows lie one after another, as the search reads them;
+// an octave of fewer than six rows, for which six rows might not fit the
+// storage, keeps them all.
+class difference_rows {
+ public:
+  difference_rows(const octave_planes& planes, std::size_t level, float* storage)
+      : upper_(planes.level(level + 1).samples),
+        lower_(planes.level(level).samples),
+        gain_(planes.gain(level)),
+        width_(static_cast<std::size_t>(planes.width())),
+        ring_(planes.height() >= 6),
+        storage_(storage) {}
 
-// Extrema of one level of differences, row by row, into the candidate list
+  // Row y, computed into its slots.
+  void make(std::size_t y) {
+    const float* upper = upper_ + y * width_;
+    const float* lower = lower_ + y * width_;
+    float* out = storage_ + slot(y) * width_;
+    if (ring_) {
+      float* twin = out + 3 * width_;
+      for (std::size_t x = 0; x < width_; ++x) out[x] = twin[x] = gain_ * (upper[x] - lower[x]);
+    } else {
+      for (std::size_t x = 0; x < width_; ++x) out[x] = gain_ * (upper[x] - lower[x]);
+    }
+  }
+
+  // Rows y - 1, y and y + 1, one after another.
+  const float* window(std::size_t y) const { return storage_ + slot(y - 1) * width_; }
+
+ private:
+  std::size_t slot(std::size_t y) const { return ring_ ? y % 3 : y; }
+
+  const float* upper_;
+  const float* lower_;
+  float gain_;
+  std::size_t width_;
+  bool ring_;
+  float* storage_;
+};
+
+// Extrema of level l of differences, row by row, into the candidate list
 // until it is full. A row is searched a stretch of columns at a time, so
-// that the columns found fit on the stack.
-void find_candidates(const float* below, const float* here, const float* above, std::size_t w, std::size_t h,
-                     uint32_t level, float threshold, vector_slot<sift_candidate>& candidates) {
+// that the columns found fit on the stack. The three work planes hold the
+// rows of the differences below, at and above the level.
+void find_candidates(scale_space& record, const octave_planes& planes, std::size_t l, float threshold) {
+  difference_rows below(planes, l - 1, record.work_image_a.samples);
+  difference_rows here(planes, l, record.work_image_b.samples);
+  difference_rows above(planes, l + 1, record.work_image_c.samples);
+  difference_rows* const levels[3] = {&below, &here, &above};
+  const auto w = static_cast<std::size_t>(planes.width()), h = static_cast<std::size_t>(planes.height());
+  for (difference_rows* rows : levels) {
+    rows->make(0);
+    rows->make(1);
+  }
+  auto& candidates = record.candidate_list;
   constexpr std::size_t stretch = 64;
   uint32_t columns[stretch];
   for (std::size_t y = 1; y + 1 < h; ++y) {
+    for (difference_rows* rows : levels) rows->make(y + 1);
     for (std::size_t first = 0; first < w; first += stretch) {
-      const std::size_t found = extrema_in_row(below, here, above, w, y, {first, first + stretch}, threshold, columns);
+      // Row 1 of the three rows from y - 1 on is row y.
+      const std::size_t found = extrema_in_row(below.window(y), here.window(y), above.window(y), w, 1,
+                                               {first, first + stretch}, threshold, columns);
       for (std::size_t k = 0; k < found; ++k) {
         if (candidates.size() == candidates.capacity()) return;  // the work area is full
-        candidates.push_back({static_cast<uint32_t>(y * w + columns[k]), level});
+        candidates.push_back({static_cast<uint32_t>(y * w + columns[k]), static_cast<uint32_t>(l)});
       }
     }
   }
 }
 
-// The extrema of one octave into extrema_list_a. The three work planes hold
-// the differences below, at and above the level being searched.
+// The extrema of one octave into extrema_list_a.
 void detect_octave(scale_space& record, uint64_t octave, const detection_limits& limits) {
   const octave_planes planes(record, octave);
   if (planes.width() < 3 || planes.height() < 3) return;
   const std::size_t samples = static_cast<std::size_t>(planes.width() * planes.height());
   std::fill_n(record.pixel_flags.data(), samples, uint8_t{0});
 
-  // The work planes have the first octave's size; later octaves use their start.
-  float* differences[3] = {record.work_image_a.samples, record.work_image_b.samples, record.work_image_c.samples};
-  const auto w = static_cast<std::size_t>(planes.width()), h = static_cast<std::size_t>(planes.height());
   record.candidate_list.clear();
-  difference_plane(planes.level(1), planes.level(0), planes.gain(0), differences[0]);
-  difference_plane(planes.level(2), planes.level(1), planes.gain(1), differences[1]);
-  for (uint64_t l = 1; l <= limits.levels; ++l) {
-    difference_plane(planes.level(l + 2), planes.level(l + 1), planes.gain(l + 1), differences[2]);
-    find_candidates(differences[0], differences[1], differences[2], w, h, static_cast<uint32_t>(l),
-                    candidate_share * limits.contrast, record.candidate_list);
-    std::rotate(differences, differences + 1, differences + 3);
-  }
+  for (uint64_t l = 1; l <= limits.levels; ++l) find_candidates(record, planes, l, candidate_share * limits.contrast);
 
   for (const sift_candidate& candidate : record.candidate_list) {
     sift_extremum extremum;

@@ -46,7 +46,13 @@ __attribute__((target("avx2"))) std::size_t extrema_in_row_avx2(const float* bel
   const __m256 positive = _mm256_set1_ps(threshold), negative = _mm256_set1_ps(-threshold);
   const column_span columns = inner(span, width);
   std::size_t count = 0, x = columns.first;
-  for (; x + 8 <= columns.end; x += 8) {
+  // The last columns, fewer than eight, are searched by the eight that end
+  // with the span, keeping only the lanes not searched before.
+  for (int fresh = 0xFF; x < columns.end && columns.end - columns.first >= 8; x += 8) {
+    if (x + 8 > columns.end) {
+      fresh = (0xFF << (x - (columns.end - 8))) & 0xFF;
+      x = columns.end - 8;
+    }
     const std::size_t index = row + x;
     const __m256 value = _mm256_loadu_ps(here + index);
     const __m256 high = _mm256_cmp_ps(value, positive, _CMP_GT_OQ);
@@ -65,7 +71,7 @@ __attribute__((target("avx2"))) std::size_t extrema_in_row_avx2(const float* bel
     }
     const __m256 maximum = _mm256_and_ps(high, _mm256_cmp_ps(value, largest, _CMP_GT_OQ));
     const __m256 minimum = _mm256_and_ps(low, _mm256_cmp_ps(value, smallest, _CMP_LT_OQ));
-    for (int bits = _mm256_movemask_ps(_mm256_or_ps(maximum, minimum)); bits != 0; bits &= bits - 1) {
+    for (int bits = _mm256_movemask_ps(_mm256_or_ps(maximum, minimum)) & fresh; bits != 0; bits &= bits - 1) {
       found[count++] = static_cast<uint32_t>(x + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(bits))));
     }
   }

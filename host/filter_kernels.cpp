@@ -78,10 +78,14 @@ __attribute__((target("avx2"))) void transpose_plane_avx2(float* destination, st
                                                           const float* source, std::size_t source_row_bytes,
                                                           std::size_t width, std::size_t height) {
   const std::size_t full_rows = height / 8 * 8, full_columns = width / 8 * 8;
-  for (std::size_t y = 0; y < full_rows; y += 8) {
+  // Two blocks down at a time: each destination row then receives 16
+  // samples, a whole cache line, while the line is at hand.
+  for (std::size_t y = 0; y < full_rows; y += 16) {
     for (std::size_t x = 0; x < full_columns; x += 8) {
-      transpose_block_avx2(row_at(destination, x, destination_row_bytes) + y, destination_row_bytes,
-                           row_at(source, y, source_row_bytes) + x, source_row_bytes);
+      for (std::size_t block = y; block < std::min(y + 16, full_rows); block += 8) {
+        transpose_block_avx2(row_at(destination, x, destination_row_bytes) + block, destination_row_bytes,
+                             row_at(source, block, source_row_bytes) + x, source_row_bytes);
+      }
     }
   }
   // The right and bottom strips that do not fill a block.
@@ -122,21 +126,30 @@ void convolve_row(const float* line, std::size_t line_length, const float* table
                   std::size_t /*half*/, float* output) {
   if (taps == 0 || line_length < taps) return;
   const std::size_t width = line_length - taps + 1;
-  if (cpu_has_avx2()) {
-    convolve_row_avx2(line, width, table, taps, output);
-  } else {
-    convolve_row_portable(line, width, table, taps, output);
+  const auto kernel = cpu_has_avx2() ? convolve_row_avx2 : convolve_row_portable;
+  // A long line (the engine hands over a plane's rows at once) is shared
+  // out in pieces; every output is the same sum wherever a piece starts.
+  constexpr std::size_t piece = 16384;
+  const auto pieces = static_cast<std::ptrdiff_t>((width + piece - 1) / piece);
+#pragma omp parallel for schedule(static) if (pieces > 1)
+  for (std::ptrdiff_t p = 0; p < pieces; ++p) {
+    const std::size_t first = static_cast<std::size_t>(p) * piece;
+    kernel(line + first, std::min(piece, width - first), table, taps, output + first);
   }
 }
 
 void transpose_plane(float* destination, std::size_t destination_row_bytes, const float* source,
                      std::size_t source_row_bytes, std::size_t source_width, std::size_t source_height) {
-  if (cpu_has_avx2()) {
-    transpose_plane_avx2(destination, destination_row_bytes, source, source_row_bytes, source_width,
-                         source_height);
-  } else {
-    transpose_plane_portable(destination, destination_row_bytes, source, source_row_bytes, source_width,
-                             source_height);
+  const auto kernel = cpu_has_avx2() ? transpose_plane_avx2 : transpose_plane_portable;
+  // Bands of source rows go to bands of destination columns, each band to
+  // one thread; moving samples gives the same plane in any order.
+  constexpr std::size_t band = 64;
+  const auto bands = static_cast<std::ptrdiff_t>((source_height + band - 1) / band);
+#pragma omp parallel for schedule(static) if (bands > 1 && source_width * source_height >= (1u << 16))
+  for (std::ptrdiff_t b = 0; b < bands; ++b) {
+    const std::size_t first = static_cast<std::size_t>(b) * band;
+    kernel(destination + first, destination_row_bytes, row_at(source, first, source_row_bytes), source_row_bytes,
+           source_width, std::min(band, source_height - first));
   }
 }
 

@@ -11,12 +11,13 @@ namespace host {
 // line_length - taps. The taps are the first row of the kernel table (the
 // table holds four shifted copies; the first is the plain kernel). `half`
 // is the kernel's half length. Every table width (8, 12, 16, 20 floats)
-// takes this same kernel.
+// takes this same kernel. A long line is shared among the threads.
 void convolve_row(const float* line, std::size_t line_length, const float* table, std::size_t taps,
                   std::size_t half, float* output);
 
 // destination[x][y] = source[y][x] for a source of source_width columns and
-// source_height rows; row steps are in bytes.
+// source_height rows; row steps are in bytes. A large plane is shared among
+// the threads in bands of rows.
 void transpose_plane(float* destination, std::size_t destination_row_bytes, const float* source,
                      std::size_t source_row_bytes, std::size_t source_width, std::size_t source_height);
 

@@ -90,28 +90,50 @@ inline float wrap_angle(float angle) {
   return angle >= two_pi || angle < 0.0f ? 0.0f : angle;
 }
 
-// Calls visit(i, j, magnitude, direction) for the inner samples (one sample
-// of margin on each side) around (cx, cy) with offsets j from -radius to
-// radius and i within span(j), a pair of offsets clipped to the window;
-// i and j are offsets from the centre. Rows are worked through the vector
-// gradient kernel in chunks.
-template <class Span, class Visit>
-void for_each_gradient(const float_image& plane, int64_t cx, int64_t cy, int64_t radius, Span span, Visit visit) {
+// Samples of a window row whose gradients are worked out at once.
+inline constexpr int64_t gradient_chunk = 64;
+
+// Calls visit_row(i0, j, magnitude, direction, count) for the inner samples
+// (one sample of margin on each side) around (cx, cy) with offsets j from
+// -radius to radius and i within span(j), a pair of offsets clipped to the
+// window; i and j are offsets from the centre. A call covers up to
+// gradient_chunk samples of a row, i0 to i0 + count - 1, through the vector
+// gradient kernel. The gradient arrays hold gradient_chunk samples.
+template <class Span, class VisitRow>
+void for_each_gradient_row(const float_image& plane, int64_t cx, int64_t cy, int64_t radius, Span span,
+                           VisitRow visit_row) {
   const auto w = static_cast<int64_t>(plane.width), h = static_cast<int64_t>(plane.height);
   const int64_t y_begin = std::max<int64_t>(cy - radius, 1), y_end = std::min<int64_t>(cy + radius, h - 2);
-  constexpr int64_t chunk = 64;
-  float magnitude[chunk], direction[chunk];
+  constexpr int64_t lanes = 8;
+  alignas(32) float magnitude[gradient_chunk], direction[gradient_chunk];
   for (int64_t y = y_begin; y <= y_end; ++y) {
     const auto [first, last] = span(y - cy);
     const int64_t x_begin = std::max<int64_t>(cx + std::max(first, -radius), 1);
     const int64_t x_end = std::min<int64_t>(cx + std::min(last, radius), w - 2);
-    for (int64_t x = x_begin; x <= x_end; x += chunk) {
-      const int64_t count = std::min(chunk, x_end - x + 1);
+    for (int64_t x = x_begin; x <= x_end; x += gradient_chunk) {
+      const int64_t count = std::min(gradient_chunk, x_end - x + 1);
+      // Whole groups of eight, so that the vector kernel leaves no tail,
+      // as long as the extra samples' neighbours are still in the plane;
+      // their gradients are not visited.
+      const int64_t whole = (count + lanes - 1) / lanes * lanes;
+      const int64_t worked = (y + 1) * w + x + whole <= w * h ? whole : count;
       gradient_row(plane.samples, plane.width, static_cast<std::size_t>(y), static_cast<std::size_t>(x),
-                   static_cast<std::size_t>(count), magnitude, direction);
-      for (int64_t k = 0; k < count; ++k) visit(x + k - cx, y - cy, magnitude[k], direction[k]);
+                   static_cast<std::size_t>(worked), magnitude, direction);
+      visit_row(x - cx, y - cy, magnitude, direction, static_cast<std::size_t>(count));
     }
   }
+}
+
+// Calls visit(i, j, magnitude, direction) for every sample that
+// for_each_gradient_row visits.
+template <class Span, class Visit>
+void for_each_gradient(const float_image& plane, int64_t cx, int64_t cy, int64_t radius, Span span, Visit visit) {
+  for_each_gradient_row(plane, cx, cy, radius, span,
+                        [&](int64_t i0, int64_t j, const float* magnitude, const float* direction, std::size_t count) {
+                          for (std::size_t k = 0; k < count; ++k) {
+                            visit(i0 + static_cast<int64_t>(k), j, magnitude[k], direction[k]);
+                          }
+                        });
 }
 
 // The whole square window.

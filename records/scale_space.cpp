@@ -1,7 +1,7 @@
 #include "records/scale_space.h"
 
 #include <algorithm>
-
+#include <utility>
 
 namespace {
 
@@ -29,25 +29,43 @@ void apply_small_feature_budget(scale_space& record) {
   record.keypoint_target = small_target;
 }
 
+void reset_scale_space(scale_space& record, uint64_t columns, uint64_t rows, uint64_t octaves_wanted) {
+  scale_space fresh(columns, rows, octaves_wanted);
+  std::swap(fresh.octaves, record.octaves);
+  std::swap(fresh.work_image_a, record.work_image_a);
+  std::swap(fresh.work_image_b, record.work_image_b);
+  std::swap(fresh.work_image_c, record.work_image_c);
+  std::swap(fresh.pixel_flags, record.pixel_flags);
+  std::swap(fresh.candidate_list, record.candidate_list);
+  std::swap(fresh.extrema_list_a, record.extrema_list_a);
+  std::swap(fresh.extrema_list_b, record.extrema_list_b);
+  std::swap(fresh.keypoints, record.keypoints);
+  record = std::move(fresh);
+}
+
 void allocate_scale_space(scale_space& record) {
   const uint64_t s = record.levels_per_octave;
   uint64_t w = record.double_first_image ? 2 * record.width - 1 : record.width;
   uint64_t h = record.double_first_image ? 2 * record.height - 1 : record.height;
   const uint64_t p = w * h;
-  record.work_image_a = float_image(w, h);
-  record.work_image_b = float_image(w, h);
-  record.work_image_c = float_image(w, h);
+  record.work_image_a.reshape(w, h);
+  record.work_image_b.reshape(w, h);
+  record.work_image_c.reshape(w, h);
   record.pixel_flags.assign(p, 0);
-  record.candidate_list.reserve(p / 9 * 2);
-  record.extrema_list_a.reserve(s * p / 9);
-  record.extrema_list_b.reserve(s * p / 9);
+  const auto empty_with_room = [](auto& list, uint64_t elements) {
+    list.clear();
+    list.reserve(elements);
+  };
+  empty_with_room(record.candidate_list, p / 9 * 2);
+  empty_with_room(record.extrema_list_a, s * p / 9);
+  empty_with_room(record.extrema_list_b, s * p / 9);
   record.octaves.resize(record.octave_count);
   record.keypoints.resize(record.octave_count);
   uint64_t budget = record.keypoint_budget;
   for (uint64_t o = 0; o < record.octave_count; ++o) {
-    record.octaves[o].clear();
-    for (uint64_t l = 0; l < s + 3; ++l) record.octaves[o].emplace_back(w, h);
-    record.keypoints[o].reserve(s * budget);
+    record.octaves[o].resize(s + 3);
+    for (float_image& plane : record.octaves[o]) plane.reshape(w, h);
+    empty_with_room(record.keypoints[o], s * budget);
     budget >>= 2;
     w = (w + 1) / 2;
     h = (h + 1) / 2;

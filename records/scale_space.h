@@ -69,8 +69,14 @@ static_assert(sizeof(scale_space) == 376);
 // 512, which may be more than the frame's own.
 void apply_small_feature_budget(scale_space& record);
 
+// Makes `record` what the constructor makes for a frame of these sizes, but
+// keeps its planes and lists for allocate_scale_space to reuse: a run's
+// records serve batch after batch without fresh memory.
+void reset_scale_space(scale_space& record, uint64_t columns, uint64_t rows, uint64_t octaves_wanted);
+
 // Sizes every plane and reserves every list to its full capacity, so that
-// the jobs never allocate.
+// the jobs never allocate. Planes and lists that a reset record kept are
+// reused where they are large enough; the lists are emptied.
 void allocate_scale_space(scale_space& record);
 
 // The keypoints the job found, over all octaves.

@@ -112,17 +112,42 @@ TEST(ExtractFeatures, features_do_not_depend_on_threads_or_batch_sizes) {
   }
 }
 
+// Batches of one frame reuse the records of the batch before: larger and
+// smaller frames, and a frame limited to its first octave, must find
+// nothing of the earlier frame in the reused planes and lists.
+TEST(ExtractFeatures, records_reused_from_batch_to_batch_give_the_features_of_fresh_ones) {
+  std::vector<grey_image> images = {textured(150, 120, 20), textured(210, 90, 21), textured(90, 100, 22),
+                                    textured(170, 130, 23), textured(160, 160, 24)};
+  std::vector<AlignFrame> frames;
+  for (std::size_t i = 0; i < images.size(); ++i) frames.push_back(images[i].frame(static_cast<int32_t>(i)));
+  frames[3].feature_mode = 1;
+
+  OstrelSetBatchSize(1);
+  const auto pooled = features_of(frames);
+  OstrelSetBatchSize(2);
+  ASSERT_EQ(frames.size(), pooled.size());
+  for (std::size_t f = 0; f < frames.size(); ++f) {
+    const auto fresh = features_of({frames[f], frames[f]});  // one batch: fresh records
+    const auto& a = fresh[0]->features;
+    const auto& b = pooled[f]->features;
+    ASSERT_EQ(a.size(), b.size()) << "frame " << f;
+    EXPECT_EQ(0, std::memcmp(a.data(), b.data(), a.size() * sizeof(feature_record))) << "frame " << f;
+  }
+  OstrelSetBatchSize(0);
+}
+
 TEST(ExtractFeatures, the_host_jobs_need_no_allocation_once_the_lists_are_reserved) {
   std::vector<grey_image> images = {textured(300, 220, 6), textured(260, 240, 7)};
   std::vector<scale_space> batch;
   batch.reserve(images.size());
+  filter_workspace workspace;
   for (grey_image& image : images) {
     const AlignFrame frame = image.frame();
     batch.emplace_back(static_cast<uint64_t>(frame.width), static_cast<uint64_t>(frame.height),
                        scale_space::full_octave_count);
     allocate_scale_space(batch.back());
-    load_first_image(batch.back(), frame);
-    build_scale_space(batch.back());
+    load_first_image(batch.back(), frame, workspace);
+    build_scale_space(batch.back(), workspace);
   }
   EXPECT_EQ(0u, test_support::allocations_during([&] { host::detect_keypoints(&batch); }));
 

@@ -12,11 +12,13 @@ namespace {
 
 using test_support::grey_image;
 
+filter_workspace workspace;
+
 scale_space pyramid_of(grey_image& image, uint64_t octaves = scale_space::full_octave_count) {
   scale_space record(static_cast<uint64_t>(image.width), static_cast<uint64_t>(image.height), octaves);
   allocate_scale_space(record);
-  load_first_image(record, image.frame());
-  build_scale_space(record);
+  load_first_image(record, image.frame(), workspace);
+  build_scale_space(record, workspace);
   return record;
 }
 
@@ -97,7 +99,7 @@ TEST(ScaleSpace, the_first_level_is_a_plain_copy_when_the_frame_is_blurred_enoug
   scale_space record(3, 2, 2);
   record.input_blur = 0.8f;
   allocate_scale_space(record);
-  load_first_image(record, image.frame());
+  load_first_image(record, image.frame(), workspace);
   for (int i = 0; i < 6; ++i) EXPECT_EQ(static_cast<float>(image.samples[i]) / 255.0f, record.octaves[0][0].samples[i]);
 }
 

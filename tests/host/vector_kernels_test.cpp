@@ -3,11 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
 
 #include "host/cpu_support.h"
+#include "host/descriptor_histogram.h"
 #include "host/descriptor_kernels.h"
 #include "host/extremum_kernels.h"
 #include "host/filter_kernels.h"
@@ -72,14 +74,49 @@ TEST_F(VectorKernels, gradients_equal_the_portable_ones_including_flat_and_axis_
   EXPECT_EQ(portable_direction, direction);
 }
 
+// Gradients of a random plane, turned into histograms by keypoint frames of
+// every orientation (0 and just below 2 pi included), sub-sample offsets,
+// cell widths and row lengths of 1 to 64 samples (tails of every length).
+TEST_F(VectorKernels, descriptor_histogram_rows_equal_the_portable_adds_bit_for_bit) {
+  constexpr std::size_t width = 96, height = 40;
+  const std::vector<float> plane = random_floats(width * height, 17, 0.0f, 1.0f);
+  std::mt19937 generator(23);
+  std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+  const float angles[] = {0.0f, 1.0f, 3.14159265f, 6.2831850f, 4.5f};
+  int filled = 0;
+  for (int trial = 0; trial < 400; ++trial) {
+    const float angle = trial < 5 ? angles[trial] : 6.2831853f * unit(generator);
+    const float cell = 1.5f + 6.0f * unit(generator);
+    const host::descriptor_frame frame{std::cos(angle) / cell, std::sin(angle) / cell, unit(generator) - 0.5f,
+                                       unit(generator) - 0.5f, angle};
+    const std::size_t count = 1 + static_cast<std::size_t>(trial) % 64;
+    const std::size_t y = 1 + static_cast<std::size_t>(trial) % (height - 2);
+    std::vector<float> magnitude(count), direction(count), weights = random_floats(count, 100u + trial, 0.1f, 1.0f);
+    host::gradient_row_portable(plane.data(), width, y, 1, count, magnitude.data(), direction.data());
+    const int64_t i0 = -static_cast<int64_t>(count / 2), j = static_cast<int64_t>(y) - static_cast<int64_t>(height / 2);
+    host::descriptor_histogram vector_histogram{}, portable_histogram{};
+    for (int pass = 0; pass < 2; ++pass) {  // adds onto what is there
+      host::add_histogram_row(magnitude.data(), direction.data(), weights.data(), count, i0, j / 4, 0.75f, frame,
+                              vector_histogram);
+      host::add_histogram_row_portable(magnitude.data(), direction.data(), weights.data(), count, i0, j / 4, 0.75f,
+                                       frame, portable_histogram);
+    }
+    ASSERT_EQ(0, std::memcmp(vector_histogram, portable_histogram, sizeof vector_histogram)) << "trial " << trial;
+    filled += portable_histogram[2][2][0] + portable_histogram[2][2][1] + portable_histogram[3][3][4] > 0.0f;
+  }
+  EXPECT_GT(filled, 100);  // the rows did reach the grid
+}
+
 TEST_F(VectorKernels, extrema_equal_the_portable_search) {
   const std::size_t width = 67, height = 40;
   const std::vector<float> below = random_floats(width * height, 4), here = random_floats(width * height, 5),
                            above = random_floats(width * height, 6);
   std::vector<uint32_t> vector_found(width), portable_found(width);
   std::size_t total = 0;
-  // The whole row, and stretches that start and end anywhere.
-  for (const host::column_span span : {host::column_span{0, width}, {0, 13}, {13, 50}, {50, 200}, {7, 8}}) {
+  // The whole row, and stretches that start and end anywhere: whole groups
+  // of eight, and tails that overlap the group before.
+  for (const host::column_span span :
+       {host::column_span{0, width}, {0, 13}, {13, 50}, {50, 200}, {7, 8}, {0, 64}, {2, 11}, {3, 12}}) {
     for (std::size_t y = 1; y + 1 < height; ++y) {
       const std::size_t a =
           host::extrema_in_row(below.data(), here.data(), above.data(), width, y, span, 0.3f, vector_found.data());
