@@ -6,9 +6,7 @@
 // which a control point in the wrong units, a wrong turn of a stored file
 // or a wrong yaw, pitch, roll or field of view would all prevent.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -21,15 +19,6 @@
 namespace {
 
 using namespace tool_test;
-
-bool succeeds(const std::string& command) {
-  const int status = std::system(command.c_str());
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-bool have_hugin_tools() {
-  return succeeds("{ command -v pto_gen && command -v autooptimiser && command -v nona; } >/dev/null 2>&1");
-}
 
 std::size_t count_lines_starting(const std::string& text, const std::string& start) {
   std::size_t count = 0;
@@ -58,7 +47,7 @@ class HuginTools : public ToolTest {
  protected:
   void SetUp() override {
     if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-    if (!have_hugin_tools()) GTEST_SKIP() << "Hugin's tools are not installed (hugin-tools)";
+    if (!on_path({"pto_gen", "autooptimiser", "nona"})) GTEST_SKIP() << "Hugin's tools are not installed (hugin-tools)";
     ToolTest::SetUp();
   }
 
@@ -71,7 +60,7 @@ class HuginTools : public ToolTest {
   // pto_gen's project of `images`, then the tool's control points in it.
   std::string detect(const std::vector<std::string>& images) {
     const std::string start = in_folder("start.pto"), points = in_folder("points.pto");
-    EXPECT_TRUE(succeeds("pto_gen -o " + start + quoted_list(images) + " >/dev/null 2>&1"));
+    EXPECT_TRUE(shell_succeeds("pto_gen -o " + start + quoted_list(images) + " >/dev/null 2>&1"));
     const outcome detected = run("controlpoints --quiet -o " + points + " " + start);
     EXPECT_EQ(0, detected.exit_code) << detected.err;
     return points;
@@ -80,7 +69,7 @@ class HuginTools : public ToolTest {
   // autooptimiser as Hugin's Align button runs it; its rms distances.
   std::vector<double> optimise(const std::string& project, const std::string& optimised) {
     const std::string log = in_folder("autooptimiser.log");
-    EXPECT_TRUE(succeeds("autooptimiser -a -l -s -o " + optimised + " " + project + " >" + log + " 2>&1"));
+    EXPECT_TRUE(shell_succeeds("autooptimiser -a -l -s -o " + optimised + " " + project + " >" + log + " 2>&1"));
     return reported_distances(slurp(log));
   }
 
@@ -94,7 +83,7 @@ class HuginTools : public ToolTest {
     // The cameras the tool wrote are the answer the optimiser starts from.
     EXPECT_LE(distances.front(), 2.0);
     EXPECT_LE(distances.back(), 1.0);
-    ASSERT_TRUE(succeeds("nona -m TIFF -o " + in_folder("panorama") + " " + optimised + " >/dev/null 2>&1"));
+    ASSERT_TRUE(shell_succeeds("nona -m TIFF -o " + in_folder("panorama") + " " + optimised + " >/dev/null 2>&1"));
     const rgba_image panorama = read_rgba(in_folder("panorama.tif"));
     std::size_t covered = 0;
     for (std::size_t i = 3; i < panorama.rgba.size(); i += 4) covered += panorama.rgba[i] != 0;
