@@ -6,7 +6,8 @@
 namespace lacewright_tool {
 
 const char usage_text[] =
-    "usage: lacewright [align] [OPTION...] [IMAGE|FOLDER...]\n"
+    "Usage: lacewright [align] [OPTION...] [IMAGE|FOLDER...]\n"
+    "  or:  lacewright controlpoints [OPTION...] -o OUTPUT.pto PROJECT.pto\n"
     "\n"
     "Aligns overlapping photographs and prints the alignment report. A folder\n"
     "stands for the images in it, in name order. Reads JPEG, PNG, TIFF (8 and\n"
@@ -29,10 +30,26 @@ const char usage_text[] =
     "                    projects instead of levelling the horizon\n"
     "  --quiet           no progress and no summary on stderr\n"
     "  --help            show this text\n"
+    "  --version         show the version\n"
+    "\n"
+    "controlpoints: Hugin's control point detector. Reads the Hugin project\n"
+    "PROJECT.pto, aligns its images and writes it to OUTPUT.pto with the\n"
+    "matches of every aligned pair as control points, in pixels of the files\n"
+    "as stored, and, for the images of a turning camera, the aligned yaw,\n"
+    "pitch, roll and field of view. Every other line is kept as it is. Of\n"
+    "the options above it takes --type, --no-level and --quiet, and\n"
+    "\n"
+    "  -o, --output FILE  the project to write\n"
+    "\n"
+    "In Hugin's preferences (Control Point Detectors), add a detector of the\n"
+    "type \"All images at once\" with the program lacewright and the\n"
+    "arguments: controlpoints -o %o %s\n"
     "\n"
     "Exit codes: 0 aligned; 1 the alignment failed; 2 usage; 3 an input\n"
     "cannot be read; 4 fewer than two usable images; 5 more than 105 images;\n"
     "6 unknown type; 7 an output cannot be written.\n";
+
+const char version_text[] = "lacewright " LACEWRIGHT_VERSION "\n";
 
 namespace {
 
@@ -75,11 +92,28 @@ struct option_reader {
   }
 };
 
+// The command's own options. Throws tool_error (exit_usage) for one that
+// belongs to the other command or for a missing output or project.
+void check_command(const options& parsed) {
+  if (parsed.command == tool_command::align) return;
+  if (!parsed.json_path.empty() || !parsed.preview_path.empty() || !parsed.pto_path.empty()) {
+    throw tool_error("controlpoints writes only its project (-o); --json, --preview and --pto belong to align",
+                     exit_usage);
+  }
+  if (parsed.output_path.empty()) throw tool_error("controlpoints needs an output project (-o FILE)", exit_usage);
+  if (parsed.inputs.size() != 1) {
+    throw tool_error("controlpoints needs exactly one project (" + std::to_string(parsed.inputs.size()) + " given)",
+                     exit_usage);
+  }
+}
+
 }  // namespace
 
 options parse_command_line(const std::vector<std::string>& arguments) {
   options parsed;
-  std::size_t i = !arguments.empty() && arguments[0] == "align" ? 1 : 0;
+  const std::string first = arguments.empty() ? "" : arguments[0];
+  if (first == "controlpoints") parsed.command = tool_command::controlpoints;
+  std::size_t i = first == "align" || first == "controlpoints" ? 1 : 0;
   bool only_inputs = false;
   for (; i < arguments.size(); ++i) {
     const std::string_view argument = arguments[i];
@@ -93,6 +127,8 @@ options parse_command_line(const std::vector<std::string>& arguments) {
       parsed.help = true;
     } else if (argument == "--quiet" || argument == "-q") {
       parsed.quiet = true;
+    } else if (argument == "--version") {
+      parsed.version = true;
     } else if (argument == "--no-level") {
       parsed.level = false;
     } else if (reader.matches(argument, "--type", value)) {
@@ -103,6 +139,9 @@ options parse_command_line(const std::vector<std::string>& arguments) {
       parsed.preview_path = value;
     } else if (reader.matches(argument, "--pto", value)) {
       parsed.pto_path = value;
+    } else if (parsed.command == tool_command::controlpoints &&
+               (reader.matches(argument, "-o", value) || reader.matches(argument, "--output", value))) {
+      parsed.output_path = value;
     } else if (reader.matches(argument, "--preview-size", value)) {
       parsed.preview_size = parse_integer("--preview-size", value);
       if (parsed.preview_size < 16) throw tool_error("--preview-size needs at least 16 pixels", exit_usage);
@@ -110,6 +149,7 @@ options parse_command_line(const std::vector<std::string>& arguments) {
       throw tool_error("unknown option '" + std::string(argument) + "'", exit_usage);
     }
   }
+  if (!parsed.help && !parsed.version) check_command(parsed);
   return parsed;
 }
 

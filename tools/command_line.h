@@ -27,19 +27,28 @@ struct tool_error : std::runtime_error {
   exit_code code;
 };
 
+enum class tool_command {
+  align,          // align images, print the report, write the outputs asked for
+  controlpoints,  // Hugin's control point detector: a project in, a project out
+};
+
 struct options {
+  tool_command command = tool_command::align;
   int32_t type = 1;
-  std::vector<std::string> inputs;  // image files and folders, in order
+  std::vector<std::string> inputs;  // image files and folders, in order; the project for controlpoints
   std::string json_path;
   std::string preview_path;
   std::string pto_path;
+  std::string output_path;  // the project controlpoints writes
   int preview_size = 2000;  // longest side of a preview, in pixels
   bool level = true;        // level each turning group's horizon in previews and projects
   bool quiet = false;
   bool help = false;
+  bool version = false;
 };
 
 extern const char usage_text[];
+extern const char version_text[];
 
 // Reads the arguments (without the program name). Throws tool_error with
 // exit_usage or exit_unknown_type.

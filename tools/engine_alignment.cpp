@@ -6,6 +6,29 @@
 #include "plugin/script_value.h"
 
 namespace lacewright_tool {
+namespace {
+
+// What the engine tells the run while it works, collected into the run's
+// record; the observers go when the run ends, however it ends.
+class run_observers {
+ public:
+  explicit run_observers(alignment& run) {
+    observe_rotation_groups([&cameras = run.cameras](std::span<const group_camera> group) {
+      for (const group_camera& camera : group) cameras.at(static_cast<std::size_t>(camera.sheet)) = camera;
+    });
+    observe_accepted_pairs([&pairs = run.pairs](std::span<const accepted_pair> accepted) {
+      pairs.assign(accepted.begin(), accepted.end());
+    });
+  }
+  ~run_observers() {
+    observe_rotation_groups({});
+    observe_accepted_pairs({});
+  }
+  run_observers(const run_observers&) = delete;
+  run_observers& operator=(const run_observers&) = delete;
+};
+
+}  // namespace
 
 engine_alignment::engine_alignment() : session_(".") {}
 
@@ -21,18 +44,12 @@ std::unique_ptr<alignment> engine_alignment::align(int32_t requested_type) {
   auto run = std::make_unique<alignment>();
   run->type = requested_type;
   run->cameras.resize(images_.size());
-  observe_rotation_groups([&cameras = run->cameras](std::span<const group_camera> group) {
-    for (const group_camera& camera : group) cameras.at(static_cast<std::size_t>(camera.sheet)) = camera;
-  });
   std::vector<char> report(report_capacity);
   int32_t status = status_ok;
-  try {
+  {
+    const run_observers observers(*run);
     status = align_image_list(requested_type, run->results, report);
-  } catch (...) {
-    observe_rotation_groups({});
-    throw;
   }
-  observe_rotation_groups({});
   if (status != status_ok) {
     throw plugin_status_error("too many images for one report (at most 105 can be reported)", status_no_memory);
   }

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "pipeline/accepted_pair_inliers.h"
 #include "pipeline/multi_view_params.h"
 #include "pipeline/rotation_group_cameras.h"
 #include "tools/frame_scale.h"
@@ -33,6 +34,9 @@ struct alignment {
   std::vector<input_image> images;  // in the order given; sheet i is image i
   // The refined camera of each image of a rotation group, by image number.
   std::vector<std::optional<group_camera>> cameras;
+  // The inlier matches of every pair the pair stage accepted, in frame
+  // samples; sheets are image numbers.
+  std::vector<accepted_pair> pairs;
 };
 
 class engine_alignment {
@@ -40,6 +44,8 @@ class engine_alignment {
   engine_alignment();
 
   void add_image(const image_file& image);
+  // The images added since the last alignment.
+  const std::vector<input_image>& images() const { return images_; }
 
   // Aligns every image added so far. Throws plugin_status_error when the
   // report would not fit; exceptions of the engine pass through.

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "numerics/matrix_3x3.h"
+#include "tools/stored_pixels.h"
 
 namespace lacewright_tool {
 namespace {
@@ -28,37 +29,13 @@ matrix3 transposed(const matrix3& m) {
   return out;
 }
 
-// The file as Hugin reads it: its renderer does not apply EXIF turns, so a
-// turned file is described as stored, with its turn added to the roll.
-struct stored_image {
-  double width, height;     // of the file's pixels
-  double focal;             // along the file's rows
-  double shift_x, shift_y;  // of the optical centre from the middle, file pixels
-  double extra_roll;        // degrees
-};
-
-stored_image as_stored(const input_image& image, const turned_camera& c) {
-  const double w = image.width, h = image.height;
-  const double dx = c.centre[0] - (w - 1) / 2, dy = c.centre[1] - (h - 1) / 2;
-  switch (image.orientation) {
-    case 3: return {w, h, c.focal[0], -dx, -dy, 180.0};
-    case 6: return {h, w, c.focal[1], dy, -dx, 90.0};
-    case 8: return {h, w, c.focal[1], -dy, dx, -90.0};
-    default: return {w, h, c.focal[0], dx, dy, 0.0};
-  }
-}
-
 std::string image_line(const input_image& image, const turned_placement& placement) {
-  const turned_camera& c = placement.camera;
-  const stored_image stored = as_stored(image, c);
-  const std::array<double, 3> angles = yaw_pitch_roll(product(yaw_matrix(-placement.middle), c.rotation));
-  const double field = 2.0 * std::atan(stored.width / (2.0 * stored.focal)) * degrees_per_radian;
+  const hugin_image values = hugin_image_of(image, placement);
   std::ostringstream line;
   line.precision(10);
-  // Adding 0 turns a negative zero into the zero that a reader expects.
-  line << "i w" << stored.width << " h" << stored.height << " f0 v" << field << " y" << angles[0] + 0.0 << " p"
-       << angles[1] + 0.0 << " r" << angles[2] + stored.extra_roll + 0.0 << " a0 b0 c0 d" << stored.shift_x << " e"
-       << stored.shift_y << " g0 t0 Eev0 Er1 Eb1 Ra0 Rb0 Rc0 Rd0 Re0 Va1 Vb0 Vc0 Vd0 Vx0 Vy0 Vm5 TrX0 TrY0 TrZ0"
+  line << "i w" << values.width << " h" << values.height << " f0 v" << values.field_of_view << " y" << values.yaw
+       << " p" << values.pitch << " r" << values.roll << " a0 b0 c0 d" << values.shift_x << " e" << values.shift_y
+       << " g0 t0 Eev0 Er1 Eb1 Ra0 Rb0 Rc0 Rd0 Re0 Va1 Vb0 Vc0 Vd0 Vx0 Vy0 Vm5 TrX0 TrY0 TrZ0"
        << " n\"" << std::filesystem::absolute(image.name).string() << "\"\n";
   return line.str();
 }
@@ -85,6 +62,24 @@ std::array<double, 3> yaw_pitch_roll(const matrix3& R) {
   const double pitch = std::atan2(-R[5], std::hypot(R[2], R[8]));
   const matrix3 roll = product(transposed(pitch_matrix(pitch)), product(transposed(yaw_matrix(yaw)), R));
   return {yaw * degrees_per_radian, pitch * degrees_per_radian, std::atan2(roll[3], roll[0]) * degrees_per_radian};
+}
+
+hugin_image hugin_image_of(const input_image& image, const turned_placement& placement) {
+  const turned_camera& c = placement.camera;
+  const stored_turn turn = stored_turn_of(image.orientation);
+  const point size = stored_size(image);
+  const point shift = turn.offset({c.centre[0] - (image.width - 1) / 2.0, c.centre[1] - (image.height - 1) / 2.0});
+  const double focal = turn.swaps_sides() ? c.focal[1] : c.focal[0];
+  const std::array<double, 3> angles = yaw_pitch_roll(product(yaw_matrix(-placement.middle), c.rotation));
+  // Adding 0 turns a negative zero into the zero that a reader expects.
+  return {size[0],
+          size[1],
+          2.0 * std::atan(size[0] / (2.0 * focal)) * degrees_per_radian,
+          angles[0] + 0.0,
+          angles[1] + 0.0,
+          angles[2] + turn.roll + 0.0,
+          shift[0],
+          shift[1]};
 }
 
 matrix3 rotation_of(const std::array<double, 3>& angles) {

@@ -5,10 +5,8 @@
 // own preview of it. A wrong sign of yaw, pitch or roll, a wrong field of
 // view, centre or unit would set them apart by many grey levels.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -25,13 +23,6 @@ namespace {
 using namespace tool_test;
 
 double grey(const rgba_image& l, std::size_t i) { return (l.rgba[4 * i] + l.rgba[4 * i + 1] + l.rgba[4 * i + 2]) / 3.0; }
-
-bool run_command(const std::string& command) {
-  const int status = std::system(command.c_str());
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
-bool have_nona() { return run_command("command -v nona >/dev/null 2>&1"); }
 
 // The mean grey difference over the pixels both pictures cover, and how
 // many they are.
@@ -50,7 +41,7 @@ class HuginRender : public ToolTest {};
 
 TEST_F(HuginRender, nona_renders_the_project_of_a_shared_set_into_one_consistent_panorama) {
   if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  if (!have_nona()) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
+  if (!on_path({"nona"})) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
   const std::string project = in_folder("set.pto");
   const auto images = test_support::photograph_set("hill");
   ASSERT_EQ(0, run("--quiet --pto " + project + " " + (test_support::photograph_folder() / "hill").string()).exit_code);
@@ -58,10 +49,10 @@ TEST_F(HuginRender, nona_renders_the_project_of_a_shared_set_into_one_consistent
   std::vector<rgba_image> layers;
   for (std::size_t i = 0; i < images.size(); ++i) {
     const std::string out = in_folder("layer" + std::to_string(i));
-    ASSERT_TRUE(run_command("nona -m PNG -i " + std::to_string(i) + " -o " + out + " " + project + " >/dev/null 2>&1"));
+    ASSERT_TRUE(shell_succeeds("nona -m PNG -i " + std::to_string(i) + " -o " + out + " " + project + " >/dev/null 2>&1"));
     layers.push_back(read_rgba(out + ".png"));
   }
-  ASSERT_TRUE(run_command("nona -m PNG -o " + in_folder("panorama") + " " + project + " >/dev/null 2>&1"));
+  ASSERT_TRUE(shell_succeeds("nona -m PNG -o " + in_folder("panorama") + " " + project + " >/dev/null 2>&1"));
   const rgba_image panorama = read_rgba(in_folder("panorama.png"));
   EXPECT_EQ(layers[0].width, panorama.width);
   EXPECT_EQ(layers[0].height, panorama.height);
@@ -87,7 +78,7 @@ std::string at_scale(const std::string& project, double scale) {
 
 TEST_F(HuginRender, nona_renders_an_enlarged_set_as_the_tool_previews_it) {
   if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  if (!have_nona()) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
+  if (!on_path({"nona"})) GTEST_SKIP() << "Hugin's nona is not installed (hugin-tools)";
   // Rainier's files are stored turned, as a camera held upright writes them.
   for (const auto& [set, orientation] : {std::pair{"hill", 1}, std::pair{"rainier", 6}}) {
     SCOPED_TRACE(set);
@@ -104,7 +95,7 @@ TEST_F(HuginRender, nona_renders_an_enlarged_set_as_the_tool_previews_it) {
     std::smatch m;
     ASSERT_TRUE(std::regex_search(text, m, width));
     std::ofstream(in_folder("small.pto")) << at_scale(text, drawn.width / std::stod(m[1]));
-    ASSERT_TRUE(run_command("nona -m PNG -o " + in_folder("rendered") + " " + in_folder("small.pto") + " >/dev/null 2>&1"));
+    ASSERT_TRUE(shell_succeeds("nona -m PNG -o " + in_folder("rendered") + " " + in_folder("small.pto") + " >/dev/null 2>&1"));
     const rgba_image rendered = read_rgba(in_folder("rendered.png"));
     ASSERT_NEAR(drawn.width, rendered.width, 1);
     ASSERT_NEAR(drawn.height, rendered.height, 1);

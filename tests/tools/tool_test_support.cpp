@@ -5,6 +5,7 @@
 #include <vips/vips8>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -38,6 +39,17 @@ void save(VImage image, const std::string& path, int orientation, const std::str
 std::string slurp(const std::filesystem::path& path) {
   std::ifstream in(path);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+bool shell_succeeds(const std::string& command) {
+  const int status = std::system(command.c_str());
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+bool on_path(const std::vector<std::string>& programs) {
+  std::string command = "true";
+  for (const std::string& program : programs) command += " && command -v '" + program + "'";
+  return shell_succeeds("{ " + command + "; } >/dev/null 2>&1");
 }
 
 void ToolTest::SetUp() {

@@ -23,6 +23,12 @@ struct outcome {
 
 std::string slurp(const std::filesystem::path& path);
 
+// Runs `command` through the shell; true when it exits with status 0.
+bool shell_succeeds(const std::string& command);
+
+// Whether every one of `programs` is on the PATH.
+bool on_path(const std::vector<std::string>& programs);
+
 // A test with a scratch folder of its own, removed afterwards.
 class ToolTest : public testing::Test {
  protected:

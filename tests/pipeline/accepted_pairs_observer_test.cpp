@@ -1,0 +1,148 @@
+// The observer of accepted pairs, through which the tool gets the inlier
+// matches it writes as control points: told once per run, of exactly the
+// pairs the pair stage accepted, with matches that fit the pair's motion,
+// and without changing anything the run computes.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "photographs.h"
+#include "pipeline/accepted_pair_inliers.h"
+#include "pipeline/multi_view_align_main.h"
+#include "pipeline/multi_view_params.h"
+#include "pipeline/transformation_type.h"
+
+namespace {
+
+using test_support::grey_image;
+
+// What the observer heard in one run.
+struct heard {
+  int calls = 0;
+  std::vector<accepted_pair> pairs;
+};
+
+class AcceptedPairs : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  }
+  void TearDown() override { observe_accepted_pairs({}); }
+
+  void listen() {
+    observe_accepted_pairs([this](std::span<const accepted_pair> pairs) {
+      ++heard_.calls;
+      heard_.pairs.assign(pairs.begin(), pairs.end());
+    });
+  }
+
+  // What one run on copies of `images` (conditioning rescales the frames it
+  // is given) answers, from the state of a fresh process's rand(): the
+  // result lists, and each transform's kind and offset to the last bit.
+  static std::string align(std::vector<grey_image> images, int32_t type) {
+    std::vector<AlignFrame> frames;
+    for (std::size_t k = 0; k < images.size(); ++k) frames.push_back(images[k].frame(static_cast<int32_t>(k)));
+    MultiViewParams params;
+    params.requested_type = type;
+    std::srand(1);
+    MultiViewAlignMain(&params, &frames);
+    std::ostringstream answer;
+    answer.precision(17);
+    for (std::size_t k = 0; k < params.sheetID.size(); ++k) {
+      answer << "sheet " << params.sheetID[k] << " renderable " << params.renderable[k];
+      if (const PixelTransform* transform = params.transforms[k].get()) {
+        double first = 0.0, second = 0.0;
+        transform->getOffset(&first, &second);
+        answer << " kind " << transform->kind << " offset " << first << " " << second;
+      }
+      answer << "\n";
+    }
+    for (std::size_t g = 0; g < params.groupCount.size(); ++g) {
+      answer << "group " << params.groupCount[g] << " reference " << params.refSheetID[g] << " type "
+             << params.transformType[g] << " links";
+      for (const auto& row : params.connectivity[g]) {
+        for (const int32_t link : row) answer << " " << link;
+      }
+      answer << "\n";
+    }
+    return answer.str();
+  }
+
+  heard heard_;
+};
+
+TEST_F(AcceptedPairs, are_told_once_with_inliers_that_the_pairs_motion_maps_onto_each_other) {
+  const grey_image photograph = test_support::read_grey(test_support::photograph_set("pier")[0]);
+  const test_support::homography motion = test_support::rotation_about_centre(photograph, 12.0, 0.9);
+  const grey_image seen = test_support::warp(photograph, motion, photograph.width, photograph.height);
+  listen();
+  align({photograph, seen}, transform_automatic);
+
+  ASSERT_EQ(1, heard_.calls);
+  ASSERT_EQ(1u, heard_.pairs.size());
+  const accepted_pair& pair = heard_.pairs[0];
+  EXPECT_EQ(0, pair.first_sheet);
+  EXPECT_EQ(1, pair.second_sheet);
+  ASSERT_GT(pair.inliers.size(), 50u);
+  // The warp puts photograph point p at motion(p) of the second frame; an
+  // inlier lies within the pair threshold, most far closer.
+  double total = 0.0;
+  for (const inlier_match& match : pair.inliers) {
+    const auto mapped = test_support::apply(motion, match.first[0], match.first[1]);
+    const double distance = std::hypot(mapped[0] - match.second[0], mapped[1] - match.second[1]);
+    EXPECT_LT(distance, 3.0 * std::sqrt(2.0));
+    total += distance;
+  }
+  EXPECT_LT(total / static_cast<double>(pair.inliers.size()), 0.5);
+}
+
+TEST_F(AcceptedPairs, are_the_connected_pairs_of_a_turning_camera) {
+  std::vector<grey_image> images;
+  for (const auto& path : test_support::photograph_set("rainier")) images.push_back(test_support::read_grey(path));
+  listen();
+  const std::string answer = align(images, transform_cylindrical);
+  ASSERT_EQ(1, heard_.calls);
+  // The group's connectivity lists the same links, row by row.
+  std::string links(images.size() * images.size(), '0');
+  for (std::size_t k = 0; k < images.size(); ++k) links[k * images.size() + k] = '1';
+  for (const accepted_pair& pair : heard_.pairs) {
+    EXPECT_LT(pair.first_sheet, pair.second_sheet);
+    EXPECT_GT(pair.inliers.size(), 10u);
+    links[static_cast<std::size_t>(pair.first_sheet) * images.size() + static_cast<std::size_t>(pair.second_sheet)] = '1';
+    links[static_cast<std::size_t>(pair.second_sheet) * images.size() + static_cast<std::size_t>(pair.first_sheet)] = '1';
+  }
+  // Rainier is one group of every image, in image order.
+  std::string reported;
+  for (std::size_t k = answer.find(" links"); k < answer.size(); ++k) {
+    if (answer[k] == '0' || answer[k] == '1') reported += answer[k];
+  }
+  EXPECT_EQ(links, reported);
+}
+
+TEST_F(AcceptedPairs, telling_them_changes_nothing_that_the_run_computes) {
+  std::vector<grey_image> images;
+  for (const auto& path : test_support::photograph_set("hill")) images.push_back(test_support::read_grey(path));
+  for (const int32_t type : {transform_cylindrical, transform_automatic}) {
+    SCOPED_TRACE(type);
+    const std::string unobserved = align(images, type);
+    listen();
+    const std::string observed = align(images, type);
+    observe_accepted_pairs({});
+    EXPECT_EQ(unobserved, observed);
+  }
+}
+
+TEST_F(AcceptedPairs, are_not_told_once_the_observer_is_removed) {
+  std::vector<grey_image> images;
+  for (const auto& path : test_support::photograph_set("uttower")) images.push_back(test_support::read_grey(path));
+  listen();
+  observe_accepted_pairs({});
+  align(images, transform_cylindrical);
+  EXPECT_EQ(0, heard_.calls);
+}
+
+}  // namespace

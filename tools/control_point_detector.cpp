@@ -1,0 +1,114 @@
+#include "tools/control_point_detector.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tools/control_points.h"
+#include "tools/file_alignment.h"
+#include "tools/hugin_project.h"
+#include "tools/hugin_project_file.h"
+#include "tools/image_placement.h"
+#include "tools/output_files.h"
+#include "tools/stored_pixels.h"
+
+namespace lacewright_tool {
+namespace {
+
+hugin_project_file read_project(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw tool_error("cannot read '" + path + "': there is no such file or it is not readable", exit_unreadable_input);
+  try {
+    return hugin_project_file(std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()));
+  } catch (const std::invalid_argument& error) {
+    throw tool_error("cannot read '" + path + "': " + error.what(), exit_unreadable_input);
+  }
+}
+
+// The project's image files; a relative name is taken from the project's
+// folder, as Hugin takes it.
+std::vector<std::string> image_files(const hugin_project_file& project, const std::string& project_path) {
+  const std::filesystem::path folder = std::filesystem::path(project_path).parent_path();
+  std::vector<std::string> files;
+  for (std::size_t image = 0; image < project.image_count(); ++image) {
+    const std::filesystem::path file(project.file(image));
+    files.push_back(file.is_absolute() ? file.string() : (folder / file).string());
+  }
+  return files;
+}
+
+// Control points in a file of another size than the project says would
+// land elsewhere in the image that Hugin renders.
+void check_sizes(const hugin_project_file& project, const std::vector<input_image>& images) {
+  for (std::size_t image = 0; image < images.size(); ++image) {
+    const point size = stored_size(images[image]);
+    if (size[0] == project.width(image) && size[1] == project.height(image)) continue;
+    throw tool_error("'" + images[image].name + "' stores " + std::to_string(static_cast<int>(size[0])) + " x " +
+                         std::to_string(static_cast<int>(size[1])) + " pixels, but the project says " +
+                         std::to_string(project.width(image)) + " x " + std::to_string(project.height(image)),
+                     exit_unreadable_input);
+  }
+}
+
+// Yaw, pitch and roll of every rectilinear image of a turning group, on its
+// own line unless linked to another image's; the field of view on the line
+// of the lens that the image shares, the mean of the images that share it.
+void place_turned_cameras(hugin_project_file& project, const alignment& run, bool level) {
+  struct mean {
+    double sum = 0.0;
+    int count = 0;
+  };
+  std::map<std::size_t, mean> fields_of_view;  // by the image that holds the lens's value
+  for (const result_group& group : groups_of(run.results)) {
+    const group_layout layout = lay_out_group(run, group, level);
+    for (std::size_t k = 0; k < group.positions.size(); ++k) {
+      const auto* placement = std::get_if<turned_placement>(&layout.placements[k]);
+      const auto image = static_cast<std::size_t>(run.results.sheetID[group.positions[k]]);
+      if (!placement || project.projection(image) != 0) continue;
+      const hugin_image values = hugin_image_of(run.images[image], *placement);
+      for (const auto& [name, angle] : {std::pair{"y", values.yaw}, {"p", values.pitch}, {"r", values.roll}}) {
+        if (project.owner(image, name) == image) project.set(image, name, angle);
+      }
+      mean& field = fields_of_view[project.owner(image, "v")];
+      field.sum += values.field_of_view;
+      ++field.count;
+    }
+  }
+  for (const auto& [lens, field] : fields_of_view) project.set(lens, "v", field.sum / field.count);
+}
+
+}  // namespace
+
+int detect_control_points(const options& parsed) {
+  const std::string& project_path = parsed.inputs.front();
+  hugin_project_file project = read_project(project_path);
+  const std::vector<std::string> files = image_files(project, project_path);
+  check_image_count(files.size());
+  progress_display progress(!parsed.quiet && ::isatty(STDERR_FILENO));
+  engine_alignment engine;
+  add_image_files(engine, files, false, progress);
+  check_sizes(project, engine.images());
+  const std::unique_ptr<alignment> run = align_images(engine, parsed.type);
+  progress.finish();
+
+  const std::vector<hugin_control_point> points = control_points_of(*run);
+  project.add_control_points(points);
+  place_turned_cameras(project, *run, parsed.level);
+  output_files outputs;
+  outputs.stage_text(parsed.output_path, project.text());
+  outputs.commit();
+  if (!parsed.quiet) {
+    std::fprintf(stderr, "lacewright: %zu control points between %zu pairs of %zu images; wrote %s\n", points.size(),
+                 run->pairs.size(), files.size(), parsed.output_path.c_str());
+  }
+  return exit_success;
+}
+
+}  // namespace lacewright_tool
