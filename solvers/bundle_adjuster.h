@@ -49,6 +49,7 @@
 #include <cmath>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <numbers>
 #include <stdexcept>
 #include <string>
@@ -244,9 +245,11 @@ class bundle_model {
   point_elimination points_;  // T, P, Q and their eliminated forms
   dense_vector<double> reduced_rhs_, reduced_solution_;
   // The damped solver solves each X twice or more (its step, then the
-  // slope of the step's length): X is factorised once per make_X.
+  // slope of the step's length): X is factorised once per Jacobian and
+  // damping.
   minimum_norm_factor reduced_factor_;
   bool reduced_factored_ = false;
+  std::vector<double> factored_damping_;
   int rank_ = 0;
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);

@@ -211,6 +211,7 @@ void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
     difference_blocks(x);
   }
   normal_blocks();
+  reduced_factored_ = false;
 }
 
 template <bundle_camera Camera, class Form>
@@ -404,7 +405,12 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
 template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
   const std::size_t s = shared_count_, size = reduced_size_;
+  // After a refused step the solver starts again from no damping on the
+  // same Jacobian: the same X, already factorised.
+  // Compared bit for bit: a zero of the other sign could change a sum.
+  if (reduced_factored_ && std::memcmp(d, factored_damping_.data(), unknowns_ * sizeof(double)) == 0) return;
   reduced_factored_ = false;
+  factored_damping_.assign(d, d + unknowns_);
   points_.eliminate(d + size);
 
   double* x = X();
