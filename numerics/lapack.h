@@ -36,6 +36,27 @@ void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const i
 void dgesvd_(const char* jobu, const char* jobvt, const int* m, const int* n, double* a, const int* lda, double* s,
              double* u, const int* ldu, double* vt, const int* ldvt, double* work, const int* lwork, int* info,
              std::size_t jobu_length, std::size_t jobvt_length);
+
+// The steps of dgelss, for minimum_norm_factor.
+double dlamch_(const char* cmach, std::size_t cmach_length);
+double dlange_(const char* norm, const int* m, const int* n, const double* a, const int* lda, double* work,
+               std::size_t norm_length);
+void dlascl_(const char* type, const int* kl, const int* ku, const double* cfrom, const double* cto, const int* m,
+             const int* n, double* a, const int* lda, int* info, std::size_t type_length);
+void dgebrd_(const int* m, const int* n, double* a, const int* lda, double* d, double* e, double* tauq, double* taup,
+             double* work, const int* lwork, int* info);
+void dormbr_(const char* vect, const char* side, const char* trans, const int* m, const int* n, const int* k,
+             const double* a, const int* lda, const double* tau, double* c, const int* ldc, double* work,
+             const int* lwork, int* info, std::size_t vect_length, std::size_t side_length, std::size_t trans_length);
+void dorgbr_(const char* vect, const int* m, const int* n, const int* k, double* a, const int* lda, const double* tau,
+             double* work, const int* lwork, int* info, std::size_t vect_length);
+void dbdsqr_(const char* uplo, const int* n, const int* ncvt, const int* nru, const int* ncc, double* d, double* e,
+             double* vt, const int* ldvt, double* u, const int* ldu, double* c, const int* ldc, double* work, int* info,
+             std::size_t uplo_length);
+void drscl_(const int* n, const double* sa, double* sx, const int* incx);
+void dgemv_(const char* trans, const int* m, const int* n, const double* alpha, const double* a, const int* lda,
+            const double* x, const int* incx, const double* beta, double* y, const int* incy,
+            std::size_t trans_length);
 }
 
 // The routines under one name per operation, for float and double.

@@ -49,13 +49,14 @@
 #include <cmath>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
 #include <numbers>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "numerics/dense_matrix.h"
-#include "numerics/linear_solve.h"
+#include "numerics/minimum_norm_factor.h"
 #include "solvers/camera_sharing.h"
 #include "solvers/lm_control.h"
 #include "solvers/normal_blocks.h"
@@ -243,6 +244,12 @@ class bundle_model {
   std::vector<std::size_t> b_offset_, w_offset_, v_offset_;
   point_elimination points_;  // T, P, Q and their eliminated forms
   dense_vector<double> reduced_rhs_, reduced_solution_;
+  // The damped solver solves each X twice or more (its step, then the
+  // slope of the step's length): X is factorised once per Jacobian and
+  // damping.
+  minimum_norm_factor reduced_factor_;
+  bool reduced_factored_ = false;
+  std::vector<double> factored_damping_;
   int rank_ = 0;
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);

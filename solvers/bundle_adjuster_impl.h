@@ -211,6 +211,7 @@ void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
     difference_blocks(x);
   }
   normal_blocks();
+  reduced_factored_ = false;
 }
 
 template <bundle_camera Camera, class Form>
@@ -404,6 +405,12 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
 template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
   const std::size_t s = shared_count_, size = reduced_size_;
+  // After a refused step the solver starts again from no damping on the
+  // same Jacobian: the same X, already factorised.
+  // Compared bit for bit: a zero of the other sign could change a sum.
+  if (reduced_factored_ && std::memcmp(d, factored_damping_.data(), unknowns_ * sizeof(double)) == 0) return;
+  reduced_factored_ = false;
+  factored_damping_.assign(d, d + unknowns_);
   points_.eliminate(d + size);
 
   double* x = X();
@@ -453,10 +460,15 @@ void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
   points_.reduce(reduced_rhs_.data, b + size);
   rank_ = 0;
   if (size > 0) {
-    const matrix_view<const double> system{size, size, X()};
-    if (!solve_minimum_norm(system, reduced_rhs_, reduced_solution_, -1.0, rank_)) {
+    // The factorisation gives each side the bits of dgelss on X and that side.
+    if (!reduced_factored_ && !reduced_factor_.factor(X(), size)) {
       throw std::runtime_error(std::string(Form::name) + "::Xinv_b(): failure in LAPACK solver");
     }
+    reduced_factored_ = true;
+    if (!reduced_factor_.solve(reduced_rhs_.data, reduced_solution_.data)) {
+      throw std::runtime_error(std::string(Form::name) + "::Xinv_b(): failure in LAPACK solver");
+    }
+    rank_ = reduced_factor_.rank();
   }
   std::copy(reduced_solution_.data, reduced_solution_.data + size, y);
   points_.back_substitute(b + size, reduced_solution_.data, y + size);

@@ -3,12 +3,17 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "descriptors.h"
 #include "feature_test_support.h"
+#include "host/descriptor_kernels.h"
 #include "host/ostrel.h"
+#include "matching/descriptor_distance.h"
 #include "matching/match_all_pairs.h"
 #include "matching/match_pair.h"
 #include "photographs.h"
@@ -204,3 +209,35 @@ TEST(AppendMatches, later_calls_continue_the_positions_and_keep_each_part_sorted
 }
 
 }  // namespace
+
+// The host job's distance tables on the descriptors of two photographs, cut
+// to counts that leave tails in both directions of the kernel's blocks,
+// hold the engine's own distances.
+TEST(DistanceTables, photograph_descriptors_give_the_engines_distances_with_tails_on_both_sides) {
+  const auto paths = photograph_set("uttower");
+  if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
+  std::vector<grey_image> images;
+  std::vector<AlignFrame> frames;
+  for (const auto& path : paths) images.push_back(read_grey(path));
+  for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
+  const frame_list features = features_of(frames);
+  const uint8_t* a = descriptors_of(*features[0]);
+  const uint8_t* b = descriptors_of(*features[1]);
+  const std::size_t n = std::min<std::size_t>(features[0]->features.size(), 403);
+  const std::size_t m = std::min<std::size_t>(features[1]->features.size(), 301);
+  ASSERT_GT(n, 100u);
+  ASSERT_GT(m, 100u);
+  for (const auto& [rows, columns] : {std::pair{n, m}, std::pair{n - 1, m - 1}, std::pair{n - 2, m}, std::pair{n - 3, m}}) {
+    std::vector<uint16_t> by_a(rows * columns), by_b(rows * columns), portable_a(rows * columns), portable_b(rows * columns);
+    host::distance_tables(a, rows, b, columns, by_a.data(), by_b.data());
+    host::distance_tables_portable(a, rows, b, columns, portable_a.data(), portable_b.data());
+    ASSERT_EQ(portable_a, by_a);
+    ASSERT_EQ(portable_b, by_b);
+    for (std::size_t i = 0; i < rows; ++i) {
+      for (std::size_t k = 0; k < columns; ++k) {
+        ASSERT_EQ(descriptor_distance(a + 128 * i, b + 128 * k), by_a[i * columns + k]) << rows << " x " << columns;
+        ASSERT_EQ(by_a[i * columns + k], by_b[k * rows + i]);
+      }
+    }
+  }
+}
