@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,6 +38,15 @@ frame_features_ptr frame_with(std::size_t count, unsigned seed, std::size_t posi
   }
   complete_frame_features(*frame);
   return frame;
+}
+
+// The features of a set of photographs read as the plug-in sees them.
+frame_list features_of_photographs(const std::vector<std::filesystem::path>& paths) {
+  std::vector<grey_image> images;
+  std::vector<AlignFrame> frames;
+  for (const auto& path : paths) images.push_back(read_grey(path));
+  for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
+  return features_of(frames);
 }
 
 frame_list frames_with(const std::vector<std::size_t>& counts) {
@@ -180,11 +190,7 @@ TEST_F(MatchAllPairs, records_equal_the_sequential_forms_for_any_batch_and_threa
 TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_by_pair) {
   const auto paths = photograph_set("rainier");
   if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  std::vector<grey_image> images;
-  std::vector<AlignFrame> frames;
-  for (const auto& path : paths) images.push_back(read_grey(path));
-  for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
-  const frame_list features = features_of(frames);
+  const frame_list features = features_of_photographs(paths);
   const table pairs = match_all_pairs(features);
   expect_equal_records(match_all_pairs_pair_by_pair(features), pairs, "rainier");
   std::size_t total = 0;
@@ -192,7 +198,7 @@ TEST_F(MatchAllPairs, photographs_match_their_neighbours_exactly_as_pair_by_pair
     for (const pair_matches_ptr& record : row) total += record->matches.size();
   }
   // Neighbouring views of the set overlap: each has dozens of matches.
-  for (std::size_t i = 0; i + 1 < frames.size(); ++i) EXPECT_GT(pairs[i][0]->matches.size(), 30u) << i;
+  for (std::size_t i = 0; i + 1 < features.size(); ++i) EXPECT_GT(pairs[i][0]->matches.size(), 30u) << i;
   EXPECT_GT(total, 300u);
 }
 
@@ -216,11 +222,7 @@ TEST(AppendMatches, later_calls_continue_the_positions_and_keep_each_part_sorted
 TEST(DistanceTables, photograph_descriptors_give_the_engines_distances_with_tails_on_both_sides) {
   const auto paths = photograph_set("uttower");
   if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  std::vector<grey_image> images;
-  std::vector<AlignFrame> frames;
-  for (const auto& path : paths) images.push_back(read_grey(path));
-  for (grey_image& image : images) frames.push_back(image.frame(static_cast<int32_t>(frames.size())));
-  const frame_list features = features_of(frames);
+  const frame_list features = features_of_photographs(paths);
   const uint8_t* a = descriptors_of(*features[0]);
   const uint8_t* b = descriptors_of(*features[1]);
   const std::size_t n = std::min<std::size_t>(features[0]->features.size(), 403);
