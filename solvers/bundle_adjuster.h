@@ -245,11 +245,17 @@ class bundle_model {
   point_elimination points_;  // T, P, Q and their eliminated forms
   dense_vector<double> reduced_rhs_, reduced_solution_;
   // The damped solver solves each X twice or more (its step, then the
-  // slope of the step's length): X is factorised once per Jacobian and
-  // damping.
-  minimum_norm_factor reduced_factor_;
-  bool reduced_factored_ = false;
-  std::vector<double> factored_damping_;
+  // slope of the step's length), and after a refused step it starts again
+  // from no damping on the same Jacobian: the first X of each Jacobian stays
+  // factorised while the dampings after it take turns in the other place.
+  struct factored_system {
+    minimum_norm_factor factor;
+    std::vector<double> damping;
+    bool made = false;      // X of this damping made on the present Jacobian
+    bool factored = false;  // and factorised
+  };
+  std::array<factored_system, 2> factored_;  // the first X of the Jacobian, then the last other
+  std::size_t current_ = 0;                  // the one of the damping last made
   int rank_ = 0;
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);

@@ -211,7 +211,7 @@ void bundle_model<Camera, Form>::jacobian(const double* x, const double*) {
     difference_blocks(x);
   }
   normal_blocks();
-  reduced_factored_ = false;
+  for (factored_system& system : factored_) system.made = system.factored = false;
 }
 
 template <bundle_camera Camera, class Form>
@@ -405,12 +405,21 @@ double bundle_model<Camera, Form>::quadratic_form(const double* p) const {
 template <bundle_camera Camera, class Form>
 void bundle_model<Camera, Form>::make_X(const double* d) {
   const std::size_t s = shared_count_, size = reduced_size_;
-  // After a refused step the solver starts again from no damping on the
-  // same Jacobian: the same X, already factorised.
-  // Compared bit for bit: a zero of the other sign could change a sum.
-  if (reduced_factored_ && std::memcmp(d, factored_damping_.data(), unknowns_ * sizeof(double)) == 0) return;
-  reduced_factored_ = false;
-  factored_damping_.assign(d, d + unknowns_);
+  // A damping met again on the same Jacobian gives the same X, already
+  // factorised; the points' elimination follows the damping. Compared bit
+  // for bit: a zero of the other sign could change a sum.
+  for (std::size_t k = 0; k < factored_.size(); ++k) {
+    const factored_system& system = factored_[k];
+    if (!system.factored || std::memcmp(d, system.damping.data(), unknowns_ * sizeof(double)) != 0) continue;
+    if (k != current_) points_.eliminate(d + size);
+    current_ = k;
+    return;
+  }
+  current_ = factored_[0].made ? 1 : 0;
+  factored_system& system = factored_[current_];
+  system.made = true;
+  system.factored = false;
+  system.damping.assign(d, d + unknowns_);
   points_.eliminate(d + size);
 
   double* x = X();
@@ -461,14 +470,15 @@ void bundle_model<Camera, Form>::Xinv_b(const double* b, double* y) {
   rank_ = 0;
   if (size > 0) {
     // The factorisation gives each side the bits of dgelss on X and that side.
-    if (!reduced_factored_ && !reduced_factor_.factor(X(), size)) {
+    factored_system& system = factored_[current_];
+    if (!system.factored && !system.factor.factor(X(), size)) {
       throw std::runtime_error(std::string(Form::name) + "::Xinv_b(): failure in LAPACK solver");
     }
-    reduced_factored_ = true;
-    if (!reduced_factor_.solve(reduced_rhs_.data, reduced_solution_.data)) {
+    system.factored = true;
+    if (!system.factor.solve(reduced_rhs_.data, reduced_solution_.data)) {
       throw std::runtime_error(std::string(Form::name) + "::Xinv_b(): failure in LAPACK solver");
     }
-    rank_ = reduced_factor_.rank();
+    rank_ = system.factor.rank();
   }
   std::copy(reduced_solution_.data, reduced_solution_.data + size, y);
   points_.back_substitute(b + size, reduced_solution_.data, y + size);
