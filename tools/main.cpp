@@ -77,7 +77,8 @@ void print_summary(const alignment& run, const std::vector<group_files>& files, 
       sizes += std::string(" ") + transform_type_name(group.transform_type);
     }
   }
-  std::fprintf(stderr, "lacewright: %zu images, %zu groups%s%s%s\n", run.images.size(), groups.size(),
+  std::fprintf(stderr, "lacewright: %zu image%s, %zu group%s%s%s%s\n", run.images.size(),
+               run.images.size() == 1 ? "" : "s", groups.size(), groups.size() == 1 ? "" : "s",
                sizes.empty() ? "" : " (", sizes.c_str(), sizes.empty() ? "" : ")");
   std::string times;
   for (const auto& [name, seconds] : progress.times()) {

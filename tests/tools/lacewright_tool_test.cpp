@@ -93,7 +93,7 @@ TEST_F(Tool, without_images_it_aligns_the_built_in_scene_and_writes_every_output
   ASSERT_EQ(0, result.exit_code) << result.err;
   EXPECT_EQ(0u, result.out.rfind("({'sheetID':[0,1,2], 'renderable':[true,true,true], 'groupCount':[3]", 0))
       << result.out;
-  EXPECT_NE(std::string::npos, result.err.find("3 images, 1 groups (3 cylindrical)")) << result.err;
+  EXPECT_NE(std::string::npos, result.err.find("3 images, 1 group (3 cylindrical)")) << result.err;
   EXPECT_NE(std::string::npos, result.err.find("time: extraction")) << result.err;
   const json document = json::parse(slurp(in_folder("run.json")));
   expect_agreement(document, result.out);
