@@ -4,7 +4,7 @@
 
 #include "features/extract_features.h"
 #include "matching/match_all_pairs.h"
-#include "pipeline/accepted_pair_inliers.h"
+#include "pipeline/pair_outcomes.h"
 #include "pipeline/automatic_stage.h"
 #include "pipeline/condition_frame.h"
 #include "pipeline/estimate_pairs.h"
@@ -73,7 +73,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       host::begin_progress_stage("pairs", pair_count);
       estimate_pairs(aligner.pairs, aligner.frame_count, {aligner.pair_homography_threshold, refinement}, motions,
                      accepted, rotations, turning);
-      report_accepted_pairs(aligner.pairs, aligner.sheet_ids, accepted);
+      report_pair_outcomes(aligner.pairs, aligner.sheet_ids, accepted);
       host::begin_progress_stage("groups", 0);
       run_automatic_stage(aligner, usable.rects, usable.preferred, motions, accepted, rotations, turning);
       break;
@@ -84,7 +84,7 @@ void MultiViewAlignMain(MultiViewParams* params, std::vector<AlignFrame>* frames
       host::begin_progress_stage("pairs", pair_count);
       estimate_rotation_pairs(aligner.pairs, aligner.frame_count, {aligner.pair_rotation_threshold, refinement},
                               rotations, connected);
-      report_accepted_pairs(aligner.pairs, aligner.sheet_ids, connected);
+      report_pair_outcomes(aligner.pairs, aligner.sheet_ids, connected);
       host::begin_progress_stage("groups", 0);
       run_rotation_stage(aligner, usable.rects, usable.preferred, rotations, connected);
       break;

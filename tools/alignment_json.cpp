@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "pipeline/transformation_type.h"
+#include "tools/left_out_images.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_rd2_transform.h"
 #include "transforms/distort_transform.h"
@@ -80,8 +81,9 @@ json transform_of(const alignment& run, const result_group& group, const group_l
   if (group.transform_type == transform_spherical) {
     return spherical(run.cameras[static_cast<std::size_t>(sheet)], scale_of(run, sheet));
   }
-  if (!transform) return nullptr;
   const plane_placement* plane = std::get_if<plane_placement>(&layout.placements[k]);
+  // A plane's reference has no transform of its own: the identity places it.
+  if (!transform) return plane ? planar(image_of(run, sheet), *plane) : json(nullptr);
   switch (transform->kind) {
     case CylindricalTransform::class_kind:
       return cylindrical(static_cast<const CylindricalTransform&>(*transform), scale_of(run, sheet),
@@ -163,7 +165,15 @@ std::string alignment_json(const alignment& run, const std::vector<group_layout>
       entry["transform"] = transform_of(run, group, layout, k);
     }
   }
-  const json document = {{"requested_type", run.type}, {"report", run.report}, {"groups", groups}, {"images", images}};
+  json left_out = json::array();
+  for (const left_out_image& image : left_out_images(run)) {
+    json entry = {{"file", image.file}, {"reason", image.reason}};
+    if (image.image) entry["image"] = *image.image;
+    if (!image.duplicate_of.empty()) entry["duplicate_of"] = image.duplicate_of;
+    left_out.push_back(entry);
+  }
+  const json document = {{"requested_type", run.type}, {"report", run.report}, {"groups", groups},
+                         {"images", images},        {"left_out", left_out}};
   return document.dump(2) + "\n";
 }
 

@@ -1,8 +1,9 @@
 // The alignment as JSON, for programs that reuse it: per image its group,
 // its role and every value of its transform, in pixels of the image as given
 // (full size, EXIF-turned); per group its kind, reference, links, the turn
-// that levels a turning group and the files drawn for it; and the report
-// text itself, in the engine's own units.
+// that levels a turning group and the files drawn for it; the images left
+// out of every group and why; and the report text itself, in the engine's
+// own units.
 #pragma once
 
 #include <string>

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -91,7 +92,7 @@ int detect_control_points(const options& parsed) {
   hugin_project_file project = read_project(project_path);
   const std::vector<std::string> files = image_files(project, project_path);
   check_image_count(files.size());
-  progress_display progress(!parsed.quiet && ::isatty(STDERR_FILENO));
+  progress_display progress(parsed.quiet);
   engine_alignment engine;
   add_image_files(engine, files, false, progress);
   check_sizes(project, engine.images());
@@ -102,11 +103,12 @@ int detect_control_points(const options& parsed) {
   project.add_control_points(points);
   place_turned_cameras(project, *run, parsed.level);
   output_files outputs;
-  outputs.stage_text(parsed.output_path, project.text());
+  outputs.add(parsed.output_path, project.text());
   outputs.commit();
   if (!parsed.quiet) {
+    const auto accepted = std::count_if(run->pairs.begin(), run->pairs.end(), [](const pair_outcome& pair) { return pair.accepted; });
     std::fprintf(stderr, "lacewright: %zu control points between %zu pairs of %zu images; wrote %s\n", points.size(),
-                 run->pairs.size(), files.size(), parsed.output_path.c_str());
+                 static_cast<std::size_t>(accepted), files.size(), parsed.output_path.c_str());
   }
   return exit_success;
 }

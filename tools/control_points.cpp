@@ -13,7 +13,7 @@ point stored_pixel(const input_image& image, const std::array<double, 2>& frame_
 
 std::vector<hugin_control_point> control_points_of(const alignment& run) {
   std::vector<hugin_control_point> points;
-  for (const accepted_pair& pair : run.pairs) {
+  for (const pair_outcome& pair : run.pairs) {
     const auto first = static_cast<std::size_t>(pair.first_sheet), second = static_cast<std::size_t>(pair.second_sheet);
     for (const inlier_match& match : pair.inliers) {
       const point a = stored_pixel(run.images.at(first), match.first);

@@ -16,13 +16,13 @@ class run_observers {
     observe_rotation_groups([&cameras = run.cameras](std::span<const group_camera> group) {
       for (const group_camera& camera : group) cameras.at(static_cast<std::size_t>(camera.sheet)) = camera;
     });
-    observe_accepted_pairs([&pairs = run.pairs](std::span<const accepted_pair> accepted) {
+    observe_pair_outcomes([&pairs = run.pairs](std::span<const pair_outcome> accepted) {
       pairs.assign(accepted.begin(), accepted.end());
     });
   }
   ~run_observers() {
     observe_rotation_groups({});
-    observe_accepted_pairs({});
+    observe_pair_outcomes({});
   }
   run_observers(const run_observers&) = delete;
   run_observers& operator=(const run_observers&) = delete;
@@ -55,7 +55,9 @@ std::unique_ptr<alignment> engine_alignment::align(int32_t requested_type) {
   }
   run->report = report.data();
   run->images = std::move(images_);
+  run->duplicates = std::move(duplicates_);
   images_.clear();
+  duplicates_.clear();
   return run;
 }
 

@@ -4,6 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <tuple>
 #include <stdexcept>
 
 #include "tools/command_line.h"
@@ -37,11 +43,53 @@ std::vector<image_file> read_images(const std::vector<std::string>& files, std::
   return images;
 }
 
+// Remembers what was handed in, to notice a file named twice (a folder and
+// a file in it, say) before it is read, and a file with the same pixels as
+// another once it is.
+class repeats {
+ public:
+  // The file that `file` names again, if any.
+  std::optional<std::string> same_file(const std::string& file) {
+    std::error_code error;
+    const std::string key = std::filesystem::weakly_canonical(file, error).string();
+    const auto [seen, fresh] = files_.try_emplace(error ? file : key, file);
+    return fresh ? std::nullopt : std::optional(seen->second);
+  }
+
+  // The file whose picture has the same pixels, if any.
+  std::optional<std::string> same_pixels(const image_file& image) {
+    const std::string_view bytes(reinterpret_cast<const char*>(image.picture.pixels.data()),
+                                 image.picture.pixels.size());
+    const picture_key key{image.width, image.height, std::hash<std::string_view>{}(bytes)};
+    const auto [seen, fresh] = pictures_.try_emplace(key, image.path);
+    return fresh ? std::nullopt : std::optional(seen->second);
+  }
+
+ private:
+  using picture_key = std::tuple<int, int, std::size_t>;
+  std::map<std::string, std::string> files_;
+  std::map<picture_key, std::string> pictures_;
+};
+
 tool_error alignment_failure(const char* what) {
   return tool_error(std::string("alignment failed: ") + what, exit_alignment_failed);
 }
 
 }  // namespace
+
+std::vector<std::string> distinct_files(const std::vector<std::string>& files, progress_display& progress) {
+  repeats seen;
+  std::vector<std::string> distinct;
+  for (const std::string& file : files) {
+    if (const auto original = seen.same_file(file)) {
+      progress.warn(*original == file ? "'" + file + "' is given twice; it is taken once"
+                                      : "'" + file + "' is the same file as '" + *original + "'; it is taken once");
+    } else {
+      distinct.push_back(file);
+    }
+  }
+  return distinct;
+}
 
 void check_image_count(std::size_t count) {
   if (count > most_images) {
@@ -62,9 +110,15 @@ std::vector<image_file> add_image_files(engine_alignment& engine, const std::vec
   progress.stage("reading", files.size());
   const auto batch = static_cast<std::size_t>(2 * omp_get_max_threads());
   std::size_t done = 0;
+  repeats seen;
   for (std::size_t first = 0; first < files.size(); first += batch) {
     const std::vector<std::string> some(files.begin() + first, files.begin() + std::min(files.size(), first + batch));
     for (image_file& image : read_images(some, done, progress)) {
+      if (const auto original = seen.same_pixels(image)) {
+        progress.warn("'" + image.path + "' has the same pixels as '" + *original + "'; it is left out");
+        engine.add_duplicate({image.path, *original});
+        continue;
+      }
       engine.add_image(image);
       if (keep) kept.push_back(std::move(image));
     }
@@ -73,6 +127,12 @@ std::vector<image_file> add_image_files(engine_alignment& engine, const std::vec
 }
 
 std::unique_ptr<alignment> align_images(engine_alignment& engine, int32_t type) {
+  if (engine.images().size() < 2 && !engine.duplicates().empty()) {
+    const duplicate_image& repeat = engine.duplicates().front();
+    throw tool_error("fewer than two distinct images: '" + repeat.file + "' has the same pixels as '" +
+                         repeat.original + "'",
+                     exit_too_few_images);
+  }
   try {
     return engine.align(type);
   } catch (const plugin_status_error& error) {

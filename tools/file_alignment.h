@@ -15,12 +15,17 @@
 
 namespace lacewright_tool {
 
+// The files in the order given, each once: a file named a second time (a
+// folder and a file in it, say) is taken once, with a warning.
+std::vector<std::string> distinct_files(const std::vector<std::string>& files, progress_display& progress);
+
 // Refuses fewer than two files and more than one report can hold.
 void check_image_count(std::size_t count);
 
-// Reads and hands in every file, in the order given; answers the decoded
-// pictures when `keep` asks for them (a preview draws from them), none
-// otherwise.
+// Reads and hands in every file, in the order given, but a file with the
+// same pixels as one before it, which is noted in `engine` with a warning;
+// answers the decoded pictures handed in when `keep` asks for them (a
+// preview draws from them), none otherwise.
 std::vector<image_file> add_image_files(engine_alignment& engine, const std::vector<std::string>& files, bool keep,
                                         progress_display& progress);
 

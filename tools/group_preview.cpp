@@ -3,7 +3,10 @@
 #include <vips/vips8>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
+#include <filesystem>
+#include <stdexcept>
 
 #include "tools/libvips_start.h"
 
@@ -124,16 +127,24 @@ std::optional<group_picture> draw_group(const alignment& run, const result_group
   return out;
 }
 
-bool write_png(const std::string& path, const group_picture& picture) {
+std::string encode_picture(const group_picture& picture, const std::string& path) {
   start_libvips();
+  std::string suffix = std::filesystem::path(path).extension().string();
+  std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   try {
-    vips::VImage::new_from_memory(const_cast<uint8_t*>(picture.rgba.data()), picture.rgba.size(), picture.width,
-                                  picture.height, 4, VIPS_FORMAT_UCHAR)
-        .pngsave(path.c_str());
-    return true;
+    vips::VImage image = vips::VImage::new_from_memory(const_cast<uint8_t*>(picture.rgba.data()), picture.rgba.size(),
+                                                       picture.width, picture.height, 4, VIPS_FORMAT_UCHAR);
+    // JPEG has no alpha: where no image lies the picture is black.
+    if (suffix == ".jpg" || suffix == ".jpeg") image = image.flatten();
+    void* data = nullptr;
+    std::size_t size = 0;
+    image.write_to_buffer(suffix.c_str(), &data, &size);
+    std::string bytes(static_cast<const char*>(data), size);
+    g_free(data);
+    return bytes;
   } catch (const vips::VError&) {
-    vips_error_clear();
-    return false;
+    throw std::runtime_error("cannot encode '" + path + "' as " + suffix + ": " + libvips_reason());
   }
 }
 

@@ -28,7 +28,9 @@ struct group_picture {
 std::optional<group_picture> draw_group(const alignment& run, const result_group& group, const group_layout& layout,
                                         const std::vector<image_file>& pictures, int longest_side);
 
-// Writes a picture as a PNG file; false when it cannot be written.
-bool write_png(const std::string& path, const group_picture& picture);
+// The file's bytes of a picture in the format that `path`'s extension names
+// (PNG, JPEG, TIFF, WebP; JPEG without the alpha channel, black where no
+// image lies). Throws std::runtime_error when libvips cannot encode it.
+std::string encode_picture(const group_picture& picture, const std::string& path);
 
 }  // namespace lacewright_tool

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "pipeline/transformation_type.h"
 #include "tools/alignment_json.h"
 #include "tools/command_line.h"
 #include "tools/control_point_detector.h"
@@ -16,6 +17,7 @@
 #include "tools/group_preview.h"
 #include "tools/hugin_project.h"
 #include "tools/image_inputs.h"
+#include "tools/left_out_images.h"
 #include "tools/output_files.h"
 #include "tools/progress_display.h"
 
@@ -41,34 +43,68 @@ std::string numbered(const std::string& path, std::size_t count) {
   return (p.parent_path() / (p.stem().string() + "-" + std::to_string(count + 1) + p.extension().string())).string();
 }
 
+// A Hugin project here holds a turning camera's group only: refusing before
+// anything is written beats a project that silently lacks a group.
+void check_projects(const std::vector<result_group>& groups) {
+  for (const result_group& group : groups) {
+    if (group.positions.size() < 2 || group.transform_type == transform_cylindrical ||
+        group.transform_type == transform_spherical) {
+      continue;
+    }
+    throw tool_error("--pto: group " + std::to_string(group.number + 1) + " (" +
+                         std::to_string(group.positions.size()) + " images) is " +
+                         transform_type_name(group.transform_type) +
+                         ", and a Hugin project holds only the cameras of a turning group; "
+                         "align with --type 1 to write one",
+                     exit_output_failed);
+  }
+}
+
 std::vector<group_files> stage_outputs(const options& parsed, const alignment& run,
-                                       const std::vector<image_file>& pictures, output_files& outputs) {
+                                       const std::vector<image_file>& pictures, output_files& outputs,
+                                       progress_display& progress) {
   const std::vector<result_group> groups = groups_of(run.results);
+  if (!parsed.pto_path.empty()) check_projects(groups);
   std::vector<group_layout> layouts;
   for (const result_group& group : groups) layouts.push_back(lay_out_group(run, group, parsed.level));
   std::vector<group_files> files(groups.size());
   std::size_t previews = 0, projects = 0;
+  progress.stage("writing", groups.size());
   for (const result_group& group : groups) {
+    progress.advance(group.number);
+    // An image alone in its group was not aligned: nothing to draw or place.
+    if (group.positions.size() < 2) continue;
     const group_layout& layout = layouts[group.number];
     group_files& written = files[group.number];
     if (!parsed.preview_path.empty()) {
       if (const auto picture = draw_group(run, group, layout, pictures, parsed.preview_size)) {
         written = {numbered(parsed.preview_path, previews++), picture->width, picture->height, {}};
-        outputs.stage(written.preview, [&](const std::string& temporary) { return write_png(temporary, *picture); });
+        outputs.add(written.preview, encode_picture(*picture, written.preview));
       }
     }
     if (!parsed.pto_path.empty()) {
       if (const auto project = hugin_project(run, group, layout)) {
         written.project = numbered(parsed.pto_path, projects++);
-        outputs.stage_text(written.project, *project);
+        outputs.add(written.project, *project);
       }
     }
   }
-  if (!parsed.json_path.empty()) outputs.stage_text(parsed.json_path, alignment_json(run, layouts, files));
+  progress.advance(groups.size());
+  if (!parsed.json_path.empty()) outputs.add(parsed.json_path, alignment_json(run, layouts, files));
   return files;
 }
 
-void print_summary(const alignment& run, const std::vector<group_files>& files, const progress_display& progress) {
+std::string times_of(const progress_display& progress) {
+  std::string times;
+  for (const auto& [name, seconds] : progress.times()) {
+    char part[64];
+    std::snprintf(part, sizeof part, "%s%s %.2f s", times.empty() ? "" : ", ", name.c_str(), seconds);
+    times += part;
+  }
+  return times;
+}
+
+void print_summary(const alignment& run, const std::vector<std::string>& written, const progress_display& progress) {
   const std::vector<result_group> groups = groups_of(run.results);
   std::string sizes;
   for (const result_group& group : groups) {
@@ -80,23 +116,29 @@ void print_summary(const alignment& run, const std::vector<group_files>& files, 
   std::fprintf(stderr, "lacewright: %zu image%s, %zu group%s%s%s%s\n", run.images.size(),
                run.images.size() == 1 ? "" : "s", groups.size(), groups.size() == 1 ? "" : "s",
                sizes.empty() ? "" : " (", sizes.c_str(), sizes.empty() ? "" : ")");
-  std::string times;
-  for (const auto& [name, seconds] : progress.times()) {
-    char part[64];
-    std::snprintf(part, sizeof part, "%s%s %.2f s", times.empty() ? "" : ", ", name.c_str(), seconds);
-    times += part;
+  for (const left_out_image& image : left_out_images(run)) {
+    std::fprintf(stderr, "lacewright: left out %s: %s%s%s\n", image.file.c_str(), image.reason.c_str(),
+                 image.duplicate_of.empty() ? "" : " of ", image.duplicate_of.c_str());
   }
-  std::fprintf(stderr, "lacewright: time: %s\n", times.c_str());
-  for (const group_files& written : files) {
-    if (!written.preview.empty()) std::fprintf(stderr, "lacewright: wrote %s\n", written.preview.c_str());
-    if (!written.project.empty()) std::fprintf(stderr, "lacewright: wrote %s\n", written.project.c_str());
+  std::fprintf(stderr, "lacewright: time: %s\n", times_of(progress).c_str());
+  for (const std::string& path : written) {
+    if (!output_files::is_standard_output(path)) std::fprintf(stderr, "lacewright: wrote %s\n", path.c_str());
   }
 }
 
+// The sentence of a run in which no two images aligned, naming each image
+// and why it was left out.
+std::string nothing_aligned(const alignment& run) {
+  std::string images;
+  for (const left_out_image& image : left_out_images(run)) {
+    images += (images.empty() ? "" : ", ") + image.file + " (" + image.reason +
+              (image.duplicate_of.empty() ? "" : " of " + image.duplicate_of) + ")";
+  }
+  return "no two images overlap enough to align: " + images;
+}
+
 int run(const options& parsed) {
-  const std::vector<std::string> files = expand_inputs(parsed.inputs);
-  if (!parsed.inputs.empty()) check_image_count(files.size());
-  progress_display progress(!parsed.quiet && ::isatty(STDERR_FILENO));
+  progress_display progress(parsed.quiet);
   engine_alignment engine;
   const bool keep = !parsed.preview_path.empty();
   std::vector<image_file> pictures;
@@ -104,16 +146,26 @@ int run(const options& parsed) {
     if (!parsed.quiet) std::fprintf(stderr, "lacewright: no images given; aligning the built-in synthetic scene\n");
     pictures = add_default_scene(engine, keep);
   } else {
+    const std::vector<std::string> files = distinct_files(expand_inputs(parsed.inputs), progress);
+    check_image_count(files.size());
     pictures = add_image_files(engine, files, keep, progress);
   }
   const std::unique_ptr<alignment> result = align_images(engine, parsed.type);
-  progress.finish();
+  const bool aligned = aligned_any(*result);
 
+  // When nothing aligned there is nothing to draw or project, but the JSON
+  // still tells a script which images were left out and why.
   output_files outputs;
-  const std::vector<group_files> written = stage_outputs(parsed, *result, pictures, outputs);
+  stage_outputs(parsed, *result, pictures, outputs, progress);
   outputs.commit();
-  std::printf("%s\n", result->report.c_str());
-  if (!parsed.quiet) print_summary(*result, written, progress);
+  progress.finish();
+  // The JSON holds the report; on standard output it stands alone, so that
+  // a program can read it.
+  if (parsed.json_path.empty() || !output_files::is_standard_output(parsed.json_path)) {
+    std::printf("%s\n", result->report.c_str());
+  }
+  if (!aligned) throw tool_error(nothing_aligned(*result), exit_alignment_failed);
+  if (!parsed.quiet) print_summary(*result, outputs.paths(), progress);
   return exit_success;
 }
 

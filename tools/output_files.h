@@ -1,35 +1,44 @@
-// The tool's outputs are all written or none: each goes to a temporary file
-// beside its place, and only when every one is complete are they renamed
-// into place. A failure on the way leaves no half-written file behind.
+// The tool's outputs are all written or none. Their contents are made first;
+// then each regular file goes to a temporary file beside its place, and only
+// when every one is complete are they renamed into place, so that a reader
+// never sees a half-written file and a failure leaves the old files as they
+// were. What is not a regular file is written through, not replaced:
+// standard output ("-"), a terminal, a FIFO, a device. A symbolic link is
+// followed and its target replaced. A signal that ends the process on the
+// way removes the temporary files.
 #pragma once
 
-#include <functional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace lacewright_tool {
 
 class output_files {
  public:
-  output_files() = default;
-  output_files(const output_files&) = delete;
-  output_files& operator=(const output_files&) = delete;
-  // Removes the temporary files of a batch that was not committed.
-  ~output_files();
+  // Stands for standard output.
+  static constexpr const char* standard_output = "-";
+  // Whether `path` is "-" or names the file standard output is open on
+  // (/dev/stdout, or the file it was redirected to): such an output is
+  // written on standard output, after what was printed there before.
+  static bool is_standard_output(const std::string& path);
 
-  // Writes `path`'s content through `write`, which gets the temporary path
-  // and answers whether it succeeded. Throws tool_error (exit_output_failed).
-  void stage(const std::string& path, const std::function<bool(const std::string&)>& write);
+  // Adds a file to the batch.
+  void add(const std::string& path, std::string content);
 
-  // A text file.
-  void stage_text(const std::string& path, const std::string& text);
-
-  // Renames every staged file into place.
+  // Writes every file of the batch. Throws tool_error (exit_output_failed)
+  // naming the first one that cannot be written; then none of the regular
+  // files has changed.
   void commit();
 
+  // The paths of the batch, in the order added.
+  std::vector<std::string> paths() const;
+
  private:
-  std::vector<std::pair<std::string, std::string>> staged_;  // temporary, final
+  struct file {
+    std::string path;
+    std::string content;
+  };
+  std::vector<file> files_;
 };
 
 }  // namespace lacewright_tool

@@ -1,5 +1,7 @@
 #include "tools/progress_display.h"
 
+#include <unistd.h>
+
 #include "platform/progress.h"
 
 namespace lacewright_tool {
@@ -15,7 +17,7 @@ void on_advance(void* context, std::size_t done, std::size_t) {
 
 }  // namespace
 
-progress_display::progress_display(bool live) : live_(live) {
+progress_display::progress_display(bool quiet) : quiet_(quiet), live_(!quiet && ::isatty(STDERR_FILENO)) {
   host::set_progress_reporter({on_stage, on_advance, this});
 }
 
@@ -39,6 +41,12 @@ void progress_display::advance(std::size_t done) {
 void progress_display::finish() {
   end_stage();
   if (live_) std::fputs("\r\033[K", stderr);
+}
+
+void progress_display::warn(const std::string& sentence) {
+  if (quiet_) return;
+  std::fprintf(stderr, "%slacewright: warning: %s\n", live_ ? "\r\033[K" : "", sentence.c_str());
+  if (!name_.empty()) draw();
 }
 
 void progress_display::end_stage() {

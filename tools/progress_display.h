@@ -14,8 +14,9 @@ namespace lacewright_tool {
 
 class progress_display {
  public:
-  // Shows the line only when `live`; installs itself as the host's reporter.
-  explicit progress_display(bool live);
+  // Shows the line only on a terminal and not when `quiet`; installs itself
+  // as the host's reporter.
+  explicit progress_display(bool quiet);
   ~progress_display();
   progress_display(const progress_display&) = delete;
   progress_display& operator=(const progress_display&) = delete;
@@ -24,6 +25,9 @@ class progress_display {
   void advance(std::size_t done);
   // Ends the current stage and clears the line.
   void finish();
+  // A line for the person, "lacewright: warning: <sentence>", unless quiet;
+  // the progress line goes on below it.
+  void warn(const std::string& sentence);
 
   struct stage_time {
     std::string name;
@@ -36,6 +40,7 @@ class progress_display {
   void draw();
 
   using clock = std::chrono::steady_clock;
+  bool quiet_;
   bool live_;
   std::string name_;
   std::size_t total_ = 0;

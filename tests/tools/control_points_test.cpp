@@ -13,7 +13,7 @@ TEST(ControlPoints, go_from_frame_samples_to_the_stored_pixels_of_each_file) {
   // Both frames are quarter-size copies; the second file is stored lying
   // on its side and shown upright (EXIF orientation 6).
   run.images = {{"wide.jpg", 2400, 1800, 1, {2}}, {"upright.jpg", 1800, 2400, 6, {2}}};
-  run.pairs = {{0, 1, {{{10.0, 20.0}, {100.0, 50.0}}, {{0.0, 0.0}, {0.0, 0.0}}}}};
+  run.pairs = {{0, 1, 2, true, {{{10.0, 20.0}, {100.0, 50.0}}, {{0.0, 0.0}, {0.0, 0.0}}}}};
   const std::vector<hugin_control_point> points = control_points_of(run);
   ASSERT_EQ(2u, points.size());
   EXPECT_EQ(0u, points[0].n);
@@ -34,7 +34,7 @@ TEST(ControlPoints, go_from_frame_samples_to_the_stored_pixels_of_each_file) {
 TEST(ControlPoints, keep_the_engine_order_of_pairs_and_the_images_of_each) {
   alignment run;
   run.images = {{"a", 100, 80, 1, {}}, {"b", 100, 80, 1, {}}, {"c", 100, 80, 1, {}}};
-  run.pairs = {{0, 2, {{{1, 2}, {3, 4}}}}, {1, 2, {{{5, 6}, {7, 8}}, {{9, 10}, {11, 12}}}}};
+  run.pairs = {{0, 1, 9, false, {}}, {0, 2, 1, true, {{{1, 2}, {3, 4}}}}, {1, 2, 2, true, {{{5, 6}, {7, 8}}, {{9, 10}, {11, 12}}}}};
   const std::vector<hugin_control_point> points = control_points_of(run);
   ASSERT_EQ(3u, points.size());
   EXPECT_EQ(0u, points[0].n);

@@ -104,7 +104,7 @@ TEST_F(Tool, without_images_it_aligns_the_built_in_scene_and_writes_every_output
 
 TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
   const std::string a = grey_png("a.png", 32, 24, 255);
-  const std::string b = grey_png("b.png", 32, 24, 255);
+  const std::string b = grey_png("b.png", 32, 24, 0);
   expect_failure(run("--frobnicate"), 2, "unknown option '--frobnicate' (see lacewright --help)");
   expect_failure(run("--type"), 2, "--type needs a value");
   expect_failure(run("--type=one"), 2, "--type needs an integer, not 'one'");
@@ -114,8 +114,13 @@ TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
   expect_failure(run(in_folder("fake.png") + " " + a), 3, "cannot read '" + in_folder("fake.png") + "'");
   expect_failure(run(a), 4, "at least two images are needed (1 given)");
   expect_failure(run(a + " " + b), 4, "fewer than two of the images are usable");
+  // Names of one file are one image, links to it are not.
   std::string many;
-  for (int i = 0; i < 106; ++i) many += " " + a;
+  for (int i = 0; i < 106; ++i) {
+    const std::string link = in_folder("link" + std::to_string(i) + ".png");
+    std::filesystem::create_hard_link(a, link);
+    many += " " + link;
+  }
   expect_failure(run(many), 5, "more than 105 images (106 given)");
   EXPECT_EQ(0, run("--help").exit_code);
 }

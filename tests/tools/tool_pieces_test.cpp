@@ -17,6 +17,7 @@
 #include "tools/hugin_project.h"
 #include "tools/image_inputs.h"
 #include "tools/image_placement.h"
+#include "tool_test_support.h"
 #include "tools/output_files.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_transform.h"
@@ -250,17 +251,15 @@ TEST(OutputFiles, are_all_written_or_none) {
   std::filesystem::create_directories(folder);
   {
     output_files outputs;
-    outputs.stage_text((folder / "a.txt").string(), "first");
-    EXPECT_THROW(outputs.stage_text((folder / "missing" / "b.txt").string(), "second"), tool_error);
+    outputs.add((folder / "a.txt").string(), "first");
+    outputs.add((folder / "missing" / "b.txt").string(), "second");
+    EXPECT_THROW(outputs.commit(), tool_error);
   }
   EXPECT_TRUE(std::filesystem::is_empty(folder));
   output_files outputs;
-  outputs.stage_text((folder / "a.txt").string(), "first");
+  outputs.add((folder / "a.txt").string(), "first");
   outputs.commit();
-  std::ifstream in(folder / "a.txt");
-  std::string text;
-  in >> text;
-  EXPECT_EQ("first", text);
+  EXPECT_EQ("first", tool_test::slurp(folder / "a.txt"));
   std::filesystem::remove_all(folder);
 }
 

@@ -1,7 +1,8 @@
-// The observer of accepted pairs, through which the tool gets the inlier
-// matches it writes as control points: told once per run, of exactly the
-// pairs the pair stage accepted, with matches that fit the pair's motion,
-// and without changing anything the run computes.
+// The observer of the pair stage's outcomes, through which the tool gets the
+// inlier matches it writes as control points and learns why an image was
+// left out: told once per run, of every pair with matches, the accepted ones
+// with matches that fit the pair's motion, and without changing anything the
+// run computes.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,7 +12,7 @@
 #include <vector>
 
 #include "photographs.h"
-#include "pipeline/accepted_pair_inliers.h"
+#include "pipeline/pair_outcomes.h"
 #include "pipeline/multi_view_align_main.h"
 #include "pipeline/multi_view_params.h"
 #include "pipeline/transformation_type.h"
@@ -23,18 +24,18 @@ using test_support::grey_image;
 // What the observer heard in one run.
 struct heard {
   int calls = 0;
-  std::vector<accepted_pair> pairs;
+  std::vector<pair_outcome> pairs;
 };
 
-class AcceptedPairs : public testing::Test {
+class PairOutcomes : public testing::Test {
  protected:
   void SetUp() override {
     if (test_support::photograph_folder().empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
   }
-  void TearDown() override { observe_accepted_pairs({}); }
+  void TearDown() override { observe_pair_outcomes({}); }
 
   void listen() {
-    observe_accepted_pairs([this](std::span<const accepted_pair> pairs) {
+    observe_pair_outcomes([this](std::span<const pair_outcome> pairs) {
       ++heard_.calls;
       heard_.pairs.assign(pairs.begin(), pairs.end());
     });
@@ -75,7 +76,7 @@ class AcceptedPairs : public testing::Test {
   heard heard_;
 };
 
-TEST_F(AcceptedPairs, are_told_once_with_inliers_that_the_pairs_motion_maps_onto_each_other) {
+TEST_F(PairOutcomes, are_told_once_with_inliers_that_the_pairs_motion_maps_onto_each_other) {
   const grey_image photograph = test_support::read_grey(test_support::photograph_set("pier")[0]);
   const test_support::homography motion = test_support::rotation_about_centre(photograph, 12.0, 0.9);
   const grey_image seen = test_support::warp(photograph, motion, photograph.width, photograph.height);
@@ -84,7 +85,8 @@ TEST_F(AcceptedPairs, are_told_once_with_inliers_that_the_pairs_motion_maps_onto
 
   ASSERT_EQ(1, heard_.calls);
   ASSERT_EQ(1u, heard_.pairs.size());
-  const accepted_pair& pair = heard_.pairs[0];
+  const pair_outcome& pair = heard_.pairs[0];
+  EXPECT_TRUE(pair.accepted);
   EXPECT_EQ(0, pair.first_sheet);
   EXPECT_EQ(1, pair.second_sheet);
   ASSERT_GT(pair.inliers.size(), 50u);
@@ -100,7 +102,7 @@ TEST_F(AcceptedPairs, are_told_once_with_inliers_that_the_pairs_motion_maps_onto
   EXPECT_LT(total / static_cast<double>(pair.inliers.size()), 0.5);
 }
 
-TEST_F(AcceptedPairs, are_the_connected_pairs_of_a_turning_camera) {
+TEST_F(PairOutcomes, accepted_are_the_connected_pairs_of_a_turning_camera) {
   std::vector<grey_image> images;
   for (const auto& path : test_support::photograph_set("rainier")) images.push_back(test_support::read_grey(path));
   listen();
@@ -109,9 +111,15 @@ TEST_F(AcceptedPairs, are_the_connected_pairs_of_a_turning_camera) {
   // The group's connectivity lists the same links, row by row.
   std::string links(images.size() * images.size(), '0');
   for (std::size_t k = 0; k < images.size(); ++k) links[k * images.size() + k] = '1';
-  for (const accepted_pair& pair : heard_.pairs) {
+  for (const pair_outcome& pair : heard_.pairs) {
     EXPECT_LT(pair.first_sheet, pair.second_sheet);
+    EXPECT_GT(pair.matches, 0u);
+    if (!pair.accepted) {
+      EXPECT_TRUE(pair.inliers.empty());
+      continue;
+    }
     EXPECT_GT(pair.inliers.size(), 10u);
+    EXPECT_LE(pair.inliers.size(), pair.matches);
     links[static_cast<std::size_t>(pair.first_sheet) * images.size() + static_cast<std::size_t>(pair.second_sheet)] = '1';
     links[static_cast<std::size_t>(pair.second_sheet) * images.size() + static_cast<std::size_t>(pair.first_sheet)] = '1';
   }
@@ -123,7 +131,7 @@ TEST_F(AcceptedPairs, are_the_connected_pairs_of_a_turning_camera) {
   EXPECT_EQ(links, reported);
 }
 
-TEST_F(AcceptedPairs, telling_them_changes_nothing_that_the_run_computes) {
+TEST_F(PairOutcomes, telling_them_changes_nothing_that_the_run_computes) {
   std::vector<grey_image> images;
   for (const auto& path : test_support::photograph_set("hill")) images.push_back(test_support::read_grey(path));
   for (const int32_t type : {transform_cylindrical, transform_automatic}) {
@@ -131,16 +139,16 @@ TEST_F(AcceptedPairs, telling_them_changes_nothing_that_the_run_computes) {
     const std::string unobserved = align(images, type);
     listen();
     const std::string observed = align(images, type);
-    observe_accepted_pairs({});
+    observe_pair_outcomes({});
     EXPECT_EQ(unobserved, observed);
   }
 }
 
-TEST_F(AcceptedPairs, are_not_told_once_the_observer_is_removed) {
+TEST_F(PairOutcomes, are_not_told_once_the_observer_is_removed) {
   std::vector<grey_image> images;
   for (const auto& path : test_support::photograph_set("uttower")) images.push_back(test_support::read_grey(path));
   listen();
-  observe_accepted_pairs({});
+  observe_pair_outcomes({});
   align(images, transform_cylindrical);
   EXPECT_EQ(0, heard_.calls);
 }

@@ -1,11 +1,11 @@
-#include "pipeline/accepted_pair_inliers.h"
+#include "pipeline/pair_outcomes.h"
 
 #include <utility>
 
 namespace {
 
-accepted_pairs_observer& observer() {
-  static accepted_pairs_observer installed;
+pair_outcomes_observer& observer() {
+  static pair_outcomes_observer installed;
   return installed;
 }
 
@@ -23,17 +23,20 @@ std::vector<inlier_match> inliers_of(const pair_matches& pair) {
 
 }  // namespace
 
-void observe_accepted_pairs(accepted_pairs_observer installed) { observer() = std::move(installed); }
+void observe_pair_outcomes(pair_outcomes_observer installed) { observer() = std::move(installed); }
 
-void report_accepted_pairs(const pair_table<pair_matches_ptr>& pairs, const std::vector<int32_t>& sheet_ids,
+void report_pair_outcomes(const pair_table<pair_matches_ptr>& pairs, const std::vector<int32_t>& sheet_ids,
                            const pair_table<bool>& accepted) {
   if (!observer()) return;
-  std::vector<accepted_pair> found;
+  std::vector<pair_outcome> found;
   for (std::size_t i = 0; i < accepted.size(); ++i) {
     for (std::size_t position = 0; position < accepted[i].size(); ++position) {
-      if (!accepted[i][position]) continue;
+      const pair_matches_ptr& matched = pairs[i][position];
+      if (!matched || matched->matches.empty()) continue;
       const std::size_t j = i + 1 + position;
-      found.push_back({sheet_ids[i], sheet_ids[j], inliers_of(*pairs[i][position])});
+      const bool taken = accepted[i][position];
+      found.push_back({sheet_ids[i], sheet_ids[j], matched->matches.size(), taken,
+                       taken ? inliers_of(*matched) : std::vector<inlier_match>{}});
     }
   }
   observer()(found);
