@@ -3,6 +3,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +12,7 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tools/control_points.h"
@@ -85,6 +88,21 @@ void place_turned_cameras(hugin_project_file& project, const alignment& run, boo
   for (const auto& [lens, field] : fields_of_view) project.set(lens, "v", field.sum / field.count);
 }
 
+// Hugin's renderer reads images through VIGRA, which knows fewer formats
+// than libvips: a project of HEIF or WebP files aligns here, then fails in
+// nona.
+void warn_of_files_nona_cannot_read(const std::vector<std::string>& files, progress_display& progress) {
+  static constexpr std::array<std::string_view, 13> readable = {
+      ".jpg", ".jpeg", ".jpe", ".png", ".tif", ".tiff", ".gif", ".bmp", ".pnm", ".ppm", ".pgm", ".hdr", ".exr"};
+  for (const std::string& file : files) {
+    std::string extension = std::filesystem::path(file).extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (std::find(readable.begin(), readable.end(), extension) != readable.end()) continue;
+    progress.warn("Hugin's nona cannot read '" + file + "'; convert it to JPEG or TIFF to render the project");
+  }
+}
+
 }  // namespace
 
 int detect_control_points(const options& parsed) {
@@ -94,7 +112,15 @@ int detect_control_points(const options& parsed) {
   check_image_count(files.size());
   progress_display progress(parsed.quiet);
   engine_alignment engine;
+  warn_of_files_nona_cannot_read(files, progress);
   add_image_files(engine, files, false, progress);
+  // Control points name images by their place in the project: none may go.
+  if (!engine.duplicates().empty()) {
+    const duplicate_image& repeat = engine.duplicates().front();
+    throw tool_error("cannot use '" + project_path + "': its image '" + repeat.file + "' has the same pixels as '" +
+                         repeat.original + "'",
+                     exit_unreadable_input);
+  }
   check_sizes(project, engine.images());
   const std::unique_ptr<alignment> run = align_images(engine, parsed.type);
   progress.finish();

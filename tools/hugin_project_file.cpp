@@ -1,5 +1,7 @@
 #include "tools/hugin_project_file.h"
 
+#include <algorithm>
+
 #include <cctype>
 #include <charconv>
 #include <sstream>
@@ -53,6 +55,11 @@ hugin_project_file::hugin_project_file(const std::string& text) {
     if (!value(image, "n") || width(image) <= 0 || height(image) <= 0) {
       throw std::invalid_argument(line_number(image) + "an image line needs a width (w), a height (h) and a file (n)");
     }
+  }
+  // Every project Hugin writes describes its panorama on a 'p' line; a file
+  // without one is something else, however few images it lists.
+  if (std::none_of(lines_.begin(), lines_.end(), [](const std::string& line) { return starts_with_word(line, 'p'); })) {
+    throw std::invalid_argument("it is not a Hugin project (it has no panorama line 'p')");
   }
 }
 

@@ -150,6 +150,10 @@ TEST_F(ControlPointRun, answers_each_mistake_with_its_exit_code) {
   EXPECT_EQ(exit_unreadable_input, broken.exit_code);
   EXPECT_NE(std::string::npos, broken.err.find("line 1:")) << broken.err;
 
+  const outcome garbage = run("controlpoints -o " + in_folder("o.pto") + " " + write("garbage.pto", "\x7f" "ELF..."));
+  EXPECT_EQ(exit_unreadable_input, garbage.exit_code);
+  EXPECT_NE(std::string::npos, garbage.err.find("it is not a Hugin project")) << garbage.err;
+
   EXPECT_EQ(exit_too_few_images, run("controlpoints -o " + in_folder("o.pto") + " " + write("empty.pto", "p f2\n")).exit_code);
   EXPECT_EQ(exit_output_failed,
             run("controlpoints -o " + in_folder("no/such/folder.pto") + " " + write("in.pto", given)).exit_code);

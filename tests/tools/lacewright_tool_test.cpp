@@ -24,6 +24,21 @@ using namespace tool_test;
 
 class Tool : public ToolTest {
  protected:
+  // A view of the built-in scene saved as `name`; its path.
+  std::string scene_view(const std::string& name, double yaw_degrees, double pitch_degrees = 0.0) {
+    lacewright_tool::turning_camera camera;
+    camera.yaw_degrees = yaw_degrees;
+    camera.pitch_degrees = pitch_degrees;
+    const lacewright_tool::pixel_image image = lacewright_tool::render_scene_view(camera);
+    rgba_image picture{image.width, image.height, {}};
+    for (std::size_t i = 0; i < image.pixels.size(); i += 4) {
+      picture.rgba.insert(picture.rgba.end(), {image.pixels[i + 1], image.pixels[i + 2], image.pixels[i + 3], 255});
+    }
+    const std::string path = in_folder(name);
+    save_picture(path, picture);
+    return path;
+  }
+
   std::string grey_png(const std::string& name, int width, int height, uint8_t level) {
     const std::string path = in_folder(name);
     save_grey(path, {width, height, std::vector<uint8_t>(static_cast<std::size_t>(width) * height, level)});
@@ -125,6 +140,49 @@ TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
   EXPECT_EQ(0, run("--help").exit_code);
 }
 
+// Views of the scene half a turn apart share nothing; a file with the same
+// pixels as another is left out before the run.
+TEST_F(Tool, says_which_images_it_left_out_and_why) {
+  const std::string ahead = scene_view("ahead.png", 0.0), behind = scene_view("behind.png", 180.0);
+  const std::string beside = scene_view("beside.png", 18.0), copy = in_folder("copy.png");
+  std::filesystem::copy_file(ahead, copy);
+  const std::string json_path = in_folder("run.json"), preview = in_folder("run.png");
+  const struct {
+    const char* name;
+    std::string images;
+    int exit_code;
+    std::string said;  // on stderr
+    std::vector<std::pair<std::string, std::string>> left_out;  // file, reason
+    bool previewed;
+  } cases[] = {
+      {"nothing overlaps", ahead + " " + behind, 1, "lacewright: no two images overlap enough to align: ",
+       {{ahead, ""}, {behind, ""}}, false},
+      {"a copy and a view that overlaps nothing", ahead + " " + copy + " " + beside + " " + behind, 0,
+       "lacewright: warning: '" + copy + "' has the same pixels as '" + ahead + "'; it is left out",
+       {{copy, "duplicate"}, {behind, ""}}, true},
+  };
+  for (const auto& case_ : cases) {
+    SCOPED_TRACE(case_.name);
+    std::filesystem::remove(json_path);
+    std::filesystem::remove(preview);
+    const outcome result = run("--json " + json_path + " --preview " + preview + " " + case_.images);
+    EXPECT_EQ(case_.exit_code, result.exit_code) << result.err;
+    EXPECT_NE(std::string::npos, result.err.find(case_.said)) << result.err;
+    EXPECT_EQ(case_.previewed, std::filesystem::exists(preview));
+    const json document = json::parse(slurp(json_path));
+    ASSERT_EQ(case_.left_out.size(), document["left_out"].size()) << document["left_out"].dump();
+    for (std::size_t k = 0; k < case_.left_out.size(); ++k) {
+      const auto& [file, reason] = case_.left_out[k];
+      const json& entry = document["left_out"][k];
+      EXPECT_EQ(file, entry["file"]);
+      if (!reason.empty()) EXPECT_EQ(reason, entry["reason"]);
+      // Without matches, or with matches that fit no motion.
+      if (reason.empty()) EXPECT_TRUE(entry["reason"] == "no match" || entry["reason"] == "too few inliers") << entry;
+      EXPECT_NE(std::string::npos, result.err.find(file)) << result.err;
+    }
+  }
+}
+
 TEST_F(Tool, an_output_that_cannot_be_written_leaves_no_other_behind) {
   const outcome result =
       run("--quiet --preview " + in_folder("run.png") + " --json " + in_folder("missing/run.json"));
@@ -149,10 +207,10 @@ TEST_F(Tool, shared_sets_give_agreeing_json_and_previews_for_both_pipelines) {
       ASSERT_EQ(1u, document["groups"].size());
       expect_preview(document["groups"][0], 400);
       const std::string expected_kind = std::string(type) == "1" ? "cylindrical" : "planar";
+      // The reference too: a plane's reference is placed by the identity.
       for (const json& image : document["images"]) {
-        if (!image["transform"].is_null()) {
-          EXPECT_EQ(expected_kind, image["transform"]["kind"]);
-        }
+        ASSERT_FALSE(image["transform"].is_null()) << image.dump();
+        EXPECT_EQ(expected_kind, image["transform"]["kind"]);
       }
     }
   }
@@ -163,17 +221,7 @@ TEST_F(Tool, a_group_reaching_far_up_is_drawn_and_exported_on_the_sphere) {
   // request finds a turn, and the group reaches too far up for a cylinder.
   std::string images;
   for (int view = 0; view < 5; ++view) {
-    lacewright_tool::turning_camera camera;
-    camera.yaw_degrees = 10.0 * view;
-    camera.pitch_degrees = 22.0 * view;
-    const lacewright_tool::pixel_image image = lacewright_tool::render_scene_view(camera);
-    rgba_image picture{image.width, image.height, {}};
-    for (std::size_t i = 0; i < image.pixels.size(); i += 4) {
-      picture.rgba.insert(picture.rgba.end(), {image.pixels[i + 1], image.pixels[i + 2], image.pixels[i + 3], 255});
-    }
-    const std::string path = in_folder("view" + std::to_string(view) + ".png");
-    save_picture(path, picture);
-    images += " " + path;
+    images += " " + scene_view("view" + std::to_string(view) + ".png", 10.0 * view, 22.0 * view);
   }
   const outcome result = run("--quiet --type -1 --preview-size 300 --json " + in_folder("run.json") + " --preview " +
                              in_folder("run.png") + " --pto " + in_folder("run.pto") + images);
