@@ -8,7 +8,9 @@ void refine_pair_motion(const point_list& first, const point_list& second, const
   h_matrix_2d working = motion;
   working.normalize();
   const pair_homography_refiner refiner(first, second, mask, working);
-  if (refiner.failed) return;
+  // A refiner without memory for its blocks solved nothing; like one that
+  // failed, it leaves the robust search's motion to the pair.
+  if (refiner.failed || refiner.out_of_memory) return;
   motion = refiner.refined_motion();
   motion.normalize();
 }

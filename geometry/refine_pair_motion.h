@@ -8,9 +8,9 @@
 #include "records/correspondences.h"
 
 // Refines `motion`, which maps points of `second` onto `first`, over the
-// correspondences marked in `mask`. When the refiner reports failure the
-// motion stays as the robust search left it, not normalised. A refiner
-// that could not allocate its blocks solved nothing but did not fail: its
-// result is its start, the normalised motion.
+// correspondences marked in `mask`. When the refiner fails, or cannot
+// allocate its blocks, the motion stays as the robust search left it, not
+// normalised. Where the size rule leaves nothing to solve, the result is
+// the refiner's start, the normalised motion, normalised again.
 void refine_pair_motion(const point_list& first, const point_list& second, const bit_mask& mask,
                         h_matrix_2d& motion);

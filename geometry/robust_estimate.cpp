@@ -45,6 +45,10 @@ class motion_kernel {
  public:
   using model = h_matrix_2d;
   using inlier_set = bit_mask;
+  // A degenerate sample adds no evidence about the inlier share, so it
+  // cannot be the one that makes the search confident: the next solved
+  // sample takes the test.
+  static constexpr bool confidence_test_after_failed_sample = false;
 
   motion_kernel(const robust_options& options, const point_list& first, const point_list& second, HomographyType kind)
       : options_(options), first_(first), second_(second), kind_(kind),

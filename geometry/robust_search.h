@@ -4,8 +4,10 @@
 // with the wanted confidence: once the count t of samples passes
 // log(1 - confidence) / log(1 - w^k), w being the newest best candidate's
 // share of inliers and k the sample size (a candidate that fits everything
-// stops it at once). The pair motions, the rotation pairs and the planes of
-// the cameras' axes are kernels of it.
+// stops it at once). The test follows every sample that gave a candidate;
+// whether it also follows one that gave none is the kernel's to say. The
+// pair motions, the rotation pairs and the planes of the cameras' axes are
+// kernels of it.
 //
 // A kernel K states its problem:
 //   using model                  what a sample is solved into
@@ -22,6 +24,10 @@
 //                                whether the candidate replaces the best so
 //                                far (null before the first): each search has
 //                                its own rule for ties
+//   static constexpr bool confidence_test_after_failed_sample
+//                                whether a sample that gave no candidate
+//                                still ends with the confidence test, and so
+//                                may stop the search
 // A sampler S gives the samples: samples() of them, each next() a span of
 // sample_size() indices, and random() tells whether they are drawn or every
 // subset is walked.
@@ -47,6 +53,7 @@ struct candidate_list {
   std::size_t count = 0;
 
   void add(const Model& candidate) { items[count++] = candidate; }
+  bool empty() const { return count == 0; }
   const Model* begin() const { return items.data(); }
   const Model* end() const { return items.data() + count; }
 };
@@ -60,6 +67,7 @@ concept search_kernel = requires(const K& kernel, std::span<const std::size_t> s
   { *kernel.fit(sample).begin() } -> std::convertible_to<const typename K::model&>;
   { kernel.score(model, inliers) } -> std::same_as<search_score>;
   { kernel.improves(score, &score) } -> std::same_as<bool>;
+  { K::confidence_test_after_failed_sample } -> std::convertible_to<bool>;
 };
 
 template <class S>
@@ -96,7 +104,8 @@ search_result<typename Kernel::model, typename Kernel::inlier_set> robust_search
   const double target = std::log(1.0 - confidence);
   double log_miss = 0.0;  // no candidate yet: the test cannot pass
   for (uint64_t t = 1; t <= sampler.samples(); ++t) {
-    for (const typename Kernel::model& candidate : kernel.fit(sampler.next())) {
+    const auto candidates = kernel.fit(sampler.next());
+    for (const typename Kernel::model& candidate : candidates) {
       const search_score score = kernel.score(candidate, working);
       if (!kernel.improves(score, result.best ? &result.score : nullptr)) continue;
       result.best = candidate;
@@ -105,6 +114,7 @@ search_result<typename Kernel::model, typename Kernel::inlier_set> robust_search
       const double w = static_cast<double>(score.inliers) / static_cast<double>(n);
       log_miss = std::log(1.0 - power_by_squaring(w, kernel.sample_size()));
     }
+    if (candidates.empty() && !Kernel::confidence_test_after_failed_sample) continue;
     const bool fits_everything = result.best && result.score.inliers == n;
     if (fits_everything || target > static_cast<double>(t) * log_miss) {
       result.confident = true;

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <omp.h>
-
 #include "numerics/lapack.h"
 
 namespace {
@@ -14,9 +12,6 @@ namespace {
 constexpr int total_work(int n) { return 20 * n; }
 constexpr int total_work_of_one = total_work(1);
 int reflector_work(int n) { return total_work(n) - 3 * n; }
-
-// Below this size one thread turns all of V^T.
-constexpr int smallest_shared_size = 64;
 
 struct machine_limits {
   double eps, sfmin, smlnum, bignum;
@@ -95,35 +90,17 @@ bool minimum_norm_factor::factor(const double* a, std::size_t size) {
 }
 
 // The iteration on the right singular vectors alone gives the singular
-// values and V^T; each side runs it again on itself. Its rotations turn
-// pairs of rows of V^T, so each column sees its own sequence of the same
-// operations whatever columns go with it: the columns are shared among the
-// threads, each running the whole iteration on its share, and V^T comes out
-// the same to the last bit for any count of threads. The iteration itself
-// is a small part of the cost next to the turning of the columns.
+// values and V^T, all of its columns in one call as dgelss turns them; each
+// side runs it again on itself. Like the whole solver it stays on its
+// caller's thread: the engine starts no thread of its own.
 bool minimum_norm_factor::right_singular_vectors(int n) {
-  const int shares = n >= smallest_shared_size ? std::max(1, std::min(omp_get_max_threads(), n / 16)) : 1;
-  const std::size_t size = static_cast<std::size_t>(n);
-  share_values_.resize(static_cast<std::size_t>(shares) * size);
-  share_work_.resize(static_cast<std::size_t>(shares) * (5 * size));
-  int failures = 0;
-#pragma omp parallel for num_threads(shares) schedule(static, 1) reduction(+ : failures)
-  for (int share = 0; share < shares; ++share) {
-    const int first = static_cast<int>(static_cast<long>(n) * share / shares);
-    const int columns = static_cast<int>(static_cast<long>(n) * (share + 1) / shares) - first;
-    double* const values = share_values_.data() + static_cast<std::size_t>(share) * size;
-    double* const work = share_work_.data() + static_cast<std::size_t>(share) * (5 * size);
-    double* const off = work + 4 * size;
-    std::copy_n(diagonal_.data(), size, values);
-    std::copy_n(off_diagonal_.data(), size, off);
-    const int none = 0, one = 1;
-    int info = 0;
-    dbdsqr_("U", &n, &columns, &none, &none, values, off, right_vectors_.data() + static_cast<std::size_t>(first) * size,
-            &n, nullptr, &one, nullptr, &one, work, &info, 1);
-    failures += info != 0;
-  }
-  singular_values_.assign(share_values_.begin(), share_values_.begin() + n);
-  return failures == 0;
+  singular_values_ = diagonal_;
+  off_diagonal_work_ = off_diagonal_;
+  const int none = 0, one = 1;
+  int info = 0;
+  dbdsqr_("U", &n, &n, &none, &none, singular_values_.data(), off_diagonal_work_.data(), right_vectors_.data(), &n,
+          nullptr, &one, nullptr, &one, work_.data(), &info, 1);
+  return info == 0;
 }
 
 // dgelss takes another road for a single unknown (a QR factorisation

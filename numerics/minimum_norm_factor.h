@@ -45,5 +45,5 @@ class minimum_norm_factor {
   std::vector<double> diagonal_, off_diagonal_, left_tau_, right_tau_;  // the bidiagonal and the reflectors' scales
   std::vector<double> singular_values_;
   std::vector<double> work_, side_diagonal_, side_off_diagonal_, product_;
-  std::vector<double> share_values_, share_work_;  // each thread's singular values, work and off-diagonal
+  std::vector<double> off_diagonal_work_;  // the off-diagonal as the iteration on V^T leaves it
 };

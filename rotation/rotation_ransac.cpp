@@ -44,6 +44,11 @@ class rotation_kernel {
  public:
   using model = rotation_estimate;
   using inlier_set = std::vector<uint8_t>;
+  // Unlike the pair motions' search, every iteration here ends with the
+  // test, one whose roots were all complex included: this search counts
+  // the samples drawn, solved or not, and the rotation pairs' results rest
+  // on that count.
+  static constexpr bool confidence_test_after_failed_sample = true;
 
   rotation_kernel(const std::vector<point_match>& matches, double scale_1, double scale_2,
                   const image_point& centre_1, const image_point& centre_2, double threshold)

@@ -34,6 +34,10 @@ class plane_kernel {
  public:
   using model = plane;
   using inlier_set = std::vector<bool>;
+  // These searches are the rotation pairs' kind, drawn and stopped as
+  // those are: a sample of axes too close to span a plane still ends its
+  // iteration with the test.
+  static constexpr bool confidence_test_after_failed_sample = true;
 
   plane_kernel(const std::vector<axis>& axes, Through through) : axes_(axes), through_(through) {}
 

@@ -1,7 +1,8 @@
 // The pair refiner: it moves a projective motion towards the truth behind
 // noisy correspondences, reads only the marked ones, leaves too small sets
 // alone, and its eliminated normal equations are those of the whole
-// Jacobian.
+// Jacobian. Without memory for its blocks it solves nothing, and the pair
+// then keeps the robust search's motion as it came.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -275,30 +276,66 @@ h_matrix_2d unnormalised_start() {
   return start;
 }
 
-TEST(RefinePairMotion, the_refined_motion_is_normalised) {
-  const pair_points pair(40, 0.5, 7);
-  h_matrix_2d motion = unnormalised_start();
-  refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(40, 40), motion);
-  h_matrix_2d start = unnormalised_start();
-  start.normalize();
-  const pair_homography_refiner refiner(pair.first_list(), pair.second_list(), first_marked(40, 40), start);
-  h_matrix_2d expected = refiner.refined_motion();
-  expected.normalize();
-  EXPECT_EQ(parameters_of(expected), parameters_of(motion));
-}
-
-TEST(RefinePairMotion, a_refiner_without_memory_for_its_blocks_gives_its_start_the_normalised_motion) {
+TEST(PairHomographyRefiner, a_block_area_it_cannot_allocate_sets_out_of_memory_and_solves_nothing) {
   // 2000 points: the point lists take 96 kB, each motion block 288 kB.
   const pair_points pair(2000, 0.5, 7);
+  const test_support::failing_allocations failing(200 * 1024);
+  const pair_homography_refiner refiner(pair.first_list(), pair.second_list(), first_marked(2000, 2000),
+                                        rough_start());
+  EXPECT_TRUE(refiner.out_of_memory);
+  EXPECT_FALSE(refiner.failed);
+  EXPECT_EQ(0u, refiner.control.nfev);
+}
+
+// What the pair keeps of the robust search's motion s.
+enum class kept {
+  refined_and_normalised,  // the refiner's motion, started from s normalised, then normalised itself
+  normalised_start,        // the size rule solved nothing: s normalised, twice
+  robust_motion,           // s as it came, not normalised
+};
+
+struct refinement_case {
+  const char* what;
+  std::size_t points;
+  std::size_t failing_from;  // allocations of this many bytes or more fail; 0 for none
+  kept expected;
+};
+
+h_matrix_2d kept_motion(const refinement_case& c, const pair_points& pair) {
   h_matrix_2d motion = unnormalised_start();
-  {
-    const test_support::failing_allocations failing(200 * 1024);
-    refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(2000, 2000), motion);
+  if (c.expected == kept::robust_motion) return motion;
+  motion.normalize();
+  if (c.expected == kept::refined_and_normalised) {
+    motion = pair_homography_refiner(pair.first_list(), pair.second_list(), first_marked(c.points, c.points), motion)
+                 .refined_motion();
   }
-  h_matrix_2d expected = unnormalised_start();
-  expected.normalize();
-  expected.normalize();
-  EXPECT_EQ(parameters_of(expected), parameters_of(motion));
+  motion.normalize();
+  return motion;
+}
+
+h_matrix_2d refined_pair_motion(const refinement_case& c, const pair_points& pair) {
+  h_matrix_2d motion = unnormalised_start();
+  if (c.failing_from == 0) {
+    refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(c.points, c.points), motion);
+  } else {
+    const test_support::failing_allocations failing(c.failing_from);
+    refine_pair_motion(pair.first_list(), pair.second_list(), first_marked(c.points, c.points), motion);
+  }
+  return motion;
+}
+
+TEST(RefinePairMotion, the_pair_keeps_the_refined_motion_normalised_or_else_the_robust_one_as_it_came) {
+  // 2000 points: the point lists take 96 kB, each motion block 288 kB.
+  const refinement_case cases[] = {
+      {"a refiner that solved", 40, 0, kept::refined_and_normalised},
+      {"four points, below the size rule", 4, 0, kept::normalised_start},
+      {"a refiner without memory for its blocks", 2000, 200 * 1024, kept::robust_motion},
+  };
+  for (const refinement_case& c : cases) {
+    const pair_points pair(c.points, 0.5, 7);
+    const h_matrix_2d found = refined_pair_motion(c, pair);
+    EXPECT_EQ(parameters_of(kept_motion(c, pair)), parameters_of(found)) << c.what;
+  }
 }
 
 }  // namespace

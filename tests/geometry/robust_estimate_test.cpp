@@ -1,7 +1,8 @@
 // The robust planar motion search: the symmetric transfer residuals, the
 // switch between the exhaustive and the random mode, the stops, the strict
 // inlier test, the refusal of a random search that runs out, the refit
-// that is kept only when it lowers the cost, and a realistic pair.
+// that is kept only when it lowers the cost, and a realistic pair. And the
+// sample search under it: when a sample without a candidate may end it.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,12 +10,14 @@
 #include <cstdlib>
 #include <limits>
 #include <numeric>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "geometry/random_shuffle_indices.h"
 #include "geometry/robust_estimate.h"
+#include "geometry/robust_search.h"
 #include "geometry/transfer_residuals.h"
 #include "tests/support/correspondence_set.h"
 
@@ -190,6 +193,29 @@ TEST(RobustEstimate, stops_at_the_first_sample_that_fits_every_correspondence) {
   EXPECT_EQ(0.0, translation.parameters[1]);
 }
 
+TEST(RobustEstimate, a_degenerate_sample_never_ends_the_search) {
+  // Five correspondences of the unit motion, but point 1 of the first
+  // image lies one pixel off the line that points 0, 1 and 3 share in the
+  // second image. The subsets in order: {0,1,2,3} gives a singular motion that
+  // fits nothing; {0,1,2,4} fits all but point 3 (4 of 5); {0,1,3,4} is
+  // collinear and has no solution; {0,2,3,4} is the unit motion, under
+  // which point 1 is an inlier (2 < 18): everything fits. At the confidence
+  // below, four fifths of inliers meet the count at the third sample, the
+  // collinear one, which must not stop the search.
+  correspondence_set set;
+  set.add({0, 0}, {0, 0});
+  set.add({10, 1}, {10, 0});
+  set.add({0, 50}, {0, 50});
+  set.add({100, 0}, {100, 0});
+  set.add({60, 70}, {60, 70});
+  robust_options options = options_with(18.0);
+  options.confidence = 1.0 - std::exp(-1.3);  // 2 log(1 - 0.8^4) > log(1 - c) > 3 log(1 - 0.8^4)
+  bit_mask mask;
+  h_matrix_2d h(homography_projective);
+  ASSERT_TRUE(estimate(options, set, mask, h));
+  EXPECT_EQ(5u, mask.count());
+}
+
 TEST(RobustEstimate, counts_a_residual_equal_to_the_threshold_as_an_outlier) {
   // Against the shift (0, 0) the third correspondence has the residual
   // 1 + 1 = 2.
@@ -271,6 +297,95 @@ TEST(RobustEstimate, finds_the_inliers_of_a_pair_with_30_percent_outliers) {
   ASSERT_TRUE(estimate(options_with(18.0), set, mask, h));  // 3 pixels: 2 * 3^2
   EXPECT_EQ(inlier, bits(mask));
   EXPECT_LT(test_support::largest_gap(true_projective, h, scattered_points(20, 640, 480, 10)), 0.5);
+}
+
+// A search over ten data whose sample t (counted from 1) is the index
+// t - 1 of a script: the inliers of its one candidate, or 0 for a sample
+// that gives none. A candidate of more inliers costs less.
+template <bool TestAfterFailedSample>
+class scripted_kernel {
+ public:
+  using model = std::size_t;
+  using inlier_set = std::vector<bool>;
+  static constexpr bool confidence_test_after_failed_sample = TestAfterFailedSample;
+
+  explicit scripted_kernel(const std::vector<std::size_t>& script) : script_(script) {}
+
+  std::size_t sample_size() const { return 1; }
+  std::size_t data_size() const { return 10; }
+  inlier_set inlier_storage() const { return inlier_set(10); }
+
+  candidate_list<std::size_t, 1> fit(std::span<const std::size_t> sample) const {
+    candidate_list<std::size_t, 1> candidates;
+    if (script_[sample[0]] > 0) candidates.add(script_[sample[0]]);
+    return candidates;
+  }
+
+  search_score score(const std::size_t& inliers, inlier_set& marks) const {
+    for (std::size_t i = 0; i < marks.size(); ++i) marks[i] = i < inliers;
+    return {static_cast<double>(10 - inliers), inliers};
+  }
+
+  bool improves(const search_score& candidate, const search_score* best) const {
+    return !best || candidate.cost < best->cost;
+  }
+
+ private:
+  const std::vector<std::size_t>& script_;
+};
+
+// Sample t is the index t - 1, of the script's length.
+class counting_sampler {
+ public:
+  explicit counting_sampler(uint64_t limit) : limit_(limit) {}
+  uint64_t samples() const { return limit_; }
+  bool random() const { return true; }
+  std::span<const std::size_t> next() {
+    index_ = drawn++;
+    return {&index_, 1};
+  }
+  std::size_t drawn = 0;
+
+ private:
+  uint64_t limit_;
+  std::size_t index_ = 0;
+};
+
+struct stop_case {
+  const char* rule;
+  bool test_after_failed_sample;
+  std::vector<std::size_t> script;
+  std::size_t drawn;
+  bool confident;
+};
+
+template <bool TestAfterFailedSample>
+void expect_stop(const stop_case& c) {
+  const scripted_kernel<TestAfterFailedSample> kernel(c.script);
+  counting_sampler sampler(c.script.size());
+  const auto found = robust_search(kernel, sampler, 0.99);
+  EXPECT_EQ(c.drawn, sampler.drawn) << c.rule;
+  EXPECT_EQ(c.confident, found.confident) << c.rule;
+  EXPECT_EQ(5u, found.score.inliers) << c.rule;
+}
+
+TEST(RobustSearch, a_sample_without_a_candidate_ends_the_search_only_where_the_kernel_says_so) {
+  // Half the data as inliers of a sample of one: log(0.01) / log(0.5) =
+  // 6.64, so the count is met from the seventh sample on.
+  const stop_case cases[] = {
+      {"failed samples run no test: the search runs out", false, {5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 12, false},
+      {"failed samples run no test: the next solved one stops it", false, {5, 0, 0, 0, 0, 0, 0, 0, 3, 0, 0, 0}, 9,
+       true},
+      {"a solved sample that is no better runs the test", false, {5, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3}, 7, true},
+      {"every sample runs the test: a failed one stops it", true, {5, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 7, true},
+  };
+  for (const stop_case& c : cases) {
+    if (c.test_after_failed_sample) {
+      expect_stop<true>(c);
+    } else {
+      expect_stop<false>(c);
+    }
+  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 // rank-deficient, zero and badly scaled matrices, with sides that follow
 // from the previous solution as the damped solver's do.
 #include <gtest/gtest.h>
-#include <omp.h>
 
 #include <cstring>
 #include <random>
@@ -78,18 +77,6 @@ TEST(MinimumNormFactor, every_side_gets_the_bits_of_dgelss) {
     expect_the_bits_of_dgelss(scaled(random_matrix<double>(n, n, seed), 1e300), seed, "huge");
     expect_the_bits_of_dgelss(dense_matrix<double>(n, n), seed, "zero");
   }
-}
-
-// Large systems share the turning of V^T among the threads: any count of
-// them gives the same bits.
-TEST(MinimumNormFactor, every_count_of_threads_gets_the_bits_of_dgelss) {
-  const int threads = omp_get_max_threads();
-  for (const int count : {1, 2, 3, 5}) {
-    omp_set_num_threads(count);
-    expect_the_bits_of_dgelss(normal_matrix(150, 160, 7, 0.5), 7, "symmetric");
-    expect_the_bits_of_dgelss(normal_matrix(130, 70, 8, 0.0), 8, "rank-deficient");
-  }
-  omp_set_num_threads(threads);
 }
 
 TEST(MinimumNormFactor, the_rank_counts_the_singular_values_above_the_threshold) {
