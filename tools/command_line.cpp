@@ -49,7 +49,7 @@ constexpr const char* notes =
     "\n"
     "Exit codes: 0 aligned; 1 the alignment failed; 2 usage; 3 an input\n"
     "cannot be read; 4 fewer than two usable images; 5 more than 105 images;\n"
-    "6 unknown type; 7 an output cannot be written.";
+    "6 a type that does not align; 7 an output cannot be written.";
 
 const command_entry& entry_of(const CLI::App& command) {
   return *std::find_if(std::begin(commands), std::end(commands),
@@ -143,11 +143,15 @@ int32_t parse_integer(const std::string& option, const std::string& text) {
   return value;
 }
 
-// The types the tool can run: the two pipelines and the match-only kinds.
-int32_t known_type(const std::string& text) {
+// The types that align: the others only match, and a run of them would
+// report no group at all.
+int32_t aligning_type(const std::string& text) {
   const int32_t type = parse_integer("--type", text);
-  if (type != -1 && type != 0 && type != 1 && (type < 3 || type > 6)) {
-    throw tool_error("unknown type " + std::to_string(type) + " (use 1, -1, 0 or 3 to 6)", exit_unknown_type);
+  if (type != 1 && type != -1) {
+    throw tool_error("type " + std::to_string(type) +
+                         " does not align images: use --type 1 (a camera turning about its centre) or "
+                         "--type -1 (a plane or a turn per group)",
+                     exit_unknown_type);
   }
   return type;
 }
@@ -244,8 +248,7 @@ class grammar {
   void declare_type(CLI::App& command) {
     command.add_option("--type", type_,
                        "1: a camera turning about its centre (default);\n"
-                       "-1: automatic, a plane or a turn per group;\n"
-                       "0 and 3 to 6: match only, no groups")
+                       "-1: automatic, a plane or a turn per group")
         ->option_text("N");
   }
 
@@ -290,7 +293,7 @@ class grammar {
     for (const std::string& unknown : command.remaining()) {
       if (unknown != "--") refuse_unknown_option(command, unknown);
     }
-    parsed_.type = known_type(type_);
+    parsed_.type = aligning_type(type_);
     parsed_.preview_size = parse_integer("--preview-size", preview_size_);
     if (parsed_.preview_size < 16) throw tool_error("--preview-size needs at least 16 pixels", exit_usage);
     if (parsed_.command == tool_command::controlpoints) check_controlpoints();

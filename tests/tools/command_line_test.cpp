@@ -88,6 +88,7 @@ struct refused {
 };
 
 TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
+  const std::string other_types = ": use --type 1 (a camera turning about its centre) or --type -1";
   const refused rows[] = {
       {{"--frobnicate"}, exit_usage, "unknown option '--frobnicate'"},
       {{"-x", "--", "a.jpg"}, exit_usage, "unknown option '-x'"},
@@ -95,9 +96,15 @@ TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
       {{"controlpoints", "in.pto", "-o"}, exit_usage, "-o needs a value"},
       {{"--type=one"}, exit_usage, "--type needs an integer, not 'one'"},
       {{"--type", "1.5"}, exit_usage, "--type needs an integer, not '1.5'"},
-      {{"--type", "2"}, exit_unknown_type, "unknown type 2"},
-      {{"--type", "7"}, exit_unknown_type, "unknown type 7"},
-      {{"--type", "-2"}, exit_unknown_type, "unknown type -2"},
+      // Only a turning camera and the automatic choice align; the other
+      // types would report no group.
+      {{"--type", "0"}, exit_unknown_type, "type 0 does not align images" + other_types},
+      {{"--type", "2"}, exit_unknown_type, "type 2 does not align images" + other_types},
+      {{"--type", "3"}, exit_unknown_type, "type 3 does not align images" + other_types},
+      {{"--type=6"}, exit_unknown_type, "type 6 does not align images" + other_types},
+      {{"--type", "7"}, exit_unknown_type, "type 7 does not align images" + other_types},
+      {{"--type", "-2"}, exit_unknown_type, "type -2 does not align images" + other_types},
+      {{"controlpoints", "--type", "4", "-o", "o.pto", "i.pto"}, exit_unknown_type, "type 4 does not align images"},
       {{"--preview-size", "15"}, exit_usage, "--preview-size needs at least 16 pixels"},
       {{"--preview-size", "big"}, exit_usage, "--preview-size needs an integer, not 'big'"},
       // The commands' options are their own.
@@ -139,7 +146,7 @@ TEST(CommandLine, help_documents_each_command_within_eighty_columns) {
         "  or:  lacewright controlpoints [OPTION...] -o OUTPUT.pto PROJECT.pto\n",
         "\nOptions:\n  --type N ", "  --preview-size N ", "  -q, --quiet ", "\nCommands:\n  align ",
         "  controlpoints ", "it takes --type, --no-level and --quiet, and\n\n  -o, --output FILE ",
-        "arguments: controlpoints -o %o %s\n", "6 unknown type"},
+        "arguments: controlpoints -o %o %s\n", "6 a type that does not align"},
        {}},
       {tool_command::controlpoints,
        {"Usage: lacewright controlpoints [OPTION...] -o OUTPUT.pto PROJECT.pto\n\nHugin's control point detector.",
