@@ -2,7 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <charconv>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,16 +53,19 @@ constexpr const char* notes =
     "cannot be read; 4 fewer than two usable images; 5 more than 105 images;\n"
     "6 a type that does not align; 7 an output cannot be written.";
 
+// The extensions of the pictures libvips writes for a preview.
+const std::vector<std::string> picture_extensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".webp"};
+
 const command_entry& entry_of(const CLI::App& command) {
   return *std::find_if(std::begin(commands), std::end(commands),
                        [&](const command_entry& entry) { return command.get_name() == entry.name; });
 }
 
-// "a, b and c".
-std::string in_prose(const std::vector<std::string>& names) {
+// "a, b and c" with `conjunction` "and".
+std::string in_prose(const std::vector<std::string>& names, const std::string& conjunction) {
   std::string text;
   for (std::size_t i = 0; i < names.size(); ++i) {
-    text += (i == 0 ? "" : i + 1 == names.size() ? " and " : ", ") + names[i];
+    text += (i == 0 ? "" : i + 1 == names.size() ? " " + conjunction + " " : ", ") + names[i];
   }
   return text;
 }
@@ -128,7 +133,7 @@ class help_format : public CLI::Formatter {
         }
       }
       text += "\n" + command->get_name() + ":\n" + command->get_description() +
-              "\nOf the options above it takes " + in_prose(shared) + ", and\n\n" + own;
+              "\nOf the options above it takes " + in_prose(shared, "and") + ", and\n\n" + own;
     }
     return text;
   }
@@ -156,6 +161,67 @@ int32_t aligning_type(const std::string& text) {
   return type;
 }
 
+enum class output_kind {
+  file,
+  file_or_standard_output,  // "-" stands for standard output
+  picture,                  // the extension names the picture's format
+};
+
+// An option that names a file the run writes.
+struct output_option {
+  const CLI::Option* option;
+  const std::string* path;
+  output_kind kind;
+};
+
+bool picture_extension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return std::find(picture_extensions.begin(), picture_extensions.end(), extension) != picture_extensions.end();
+}
+
+void check_output(const output_option& output) {
+  const std::string name = output.option->get_name();
+  const std::string& path = *output.path;
+  if (path.empty()) throw tool_error(name + " needs a file name, not an empty one", exit_usage);
+  if (path == "-" && output.kind != output_kind::file_or_standard_output) {
+    throw tool_error(name + " writes a file, not standard output: give it a file name instead of -", exit_usage);
+  }
+  if (output.kind == output_kind::picture && !picture_extension(path)) {
+    throw tool_error(name + " needs a file ending in " + in_prose(picture_extensions, "or") + ", not '" + path + "'",
+                     exit_usage);
+  }
+}
+
+// Where a file name leads, so that "a.json", "./a.json" and a link to its
+// folder compare equal.
+std::filesystem::path file_named(const std::string& path) {
+  std::error_code ignored;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, ignored);
+  return std::filesystem::weakly_canonical(absolute, ignored).lexically_normal();
+}
+
+// Each output option given names a file of its own. Throws tool_error
+// (exit_usage) at the first that does not.
+void check_outputs(const std::vector<output_option>& outputs) {
+  std::vector<std::pair<const output_option*, std::filesystem::path>> files;
+  for (const output_option& output : outputs) {
+    if (output.option->count() == 0) continue;
+    check_output(output);
+    if (*output.path == "-") continue;
+    const std::filesystem::path file = file_named(*output.path);
+    for (const auto& [earlier, earlier_file] : files) {
+      if (earlier_file == file) {
+        throw tool_error(earlier->option->get_name() + " '" + *earlier->path + "' and " + output.option->get_name() +
+                             " '" + *output.path + "' name the same file",
+                         exit_usage);
+      }
+    }
+    files.emplace_back(&output, file);
+  }
+}
+
 // An option that CLI11 did not know, named as the person wrote it and, if
 // another command has it, with the command it belongs to.
 [[noreturn]] void refuse_unknown_option(const CLI::App& command, const std::string& argument) {
@@ -171,7 +237,7 @@ int32_t aligning_type(const std::string& text) {
 
 // CLI11 reads "--json=" as a bare "--json" and would take the next argument,
 // perhaps a photograph, for the file to write. What was written is an
-// empty value, and it stays one.
+// empty value, and the checks refuse it as such.
 std::vector<std::string> keep_empty_values(const std::vector<std::string>& arguments) {
   std::vector<std::string> kept;
   bool options_ended = false;
@@ -252,6 +318,12 @@ class grammar {
         ->option_text("N");
   }
 
+  void add_output(CLI::App& command, const std::string& name, std::string& path, output_kind kind,
+                  const std::string& description) {
+    const CLI::Option* option = command.add_option(name, path, description)->option_text("FILE");
+    outputs_.push_back({option, &path, kind});
+  }
+
   // The switches every command has, after its own options in the help.
   void declare_switches(CLI::App& command) {
     command.add_flag_callback("--no-level", [this] { parsed_.level = false; },
@@ -264,24 +336,28 @@ class grammar {
 
   void declare_align(CLI::App& align) {
     declare_type(align);
-    align.add_option("--json", parsed_.json_path, "write every image's group and transform as JSON")
-        ->option_text("FILE");
-    align.add_option("--preview", parsed_.preview_path,
-                     "draw each group of two or more images as a PNG:\n"
-                     "FILE for the first, FILE-2.png, ... for the others")
-        ->option_text("FILE");
-    align.add_option("--preview-size", preview_size_, "longest side of a preview in pixels, at least 16\n(default 2000)")
+    add_output(align, "--json", parsed_.json_path, output_kind::file_or_standard_output,
+               "write every image's group and transform as JSON;\n"
+               "- writes it to standard output");
+    add_output(align, "--preview", parsed_.preview_path, output_kind::picture,
+               "draw each group of two or more images: FILE for the\n"
+               "first, FILE-2, FILE-3, ... before its extension for\n"
+               "the others; FILE ends in one of these extensions:\n" +
+                   in_prose(picture_extensions, "or"));
+    align
+        .add_option("--preview-size", preview_size_,
+                    "longest side of a preview in pixels, at least 16\n"
+                    "(default 2000)")
         ->option_text("N");
-    align.add_option("--pto", parsed_.pto_path,
-                     "write each turning group as a Hugin project:\n"
-                     "FILE for the first, FILE-2.pto, ... for the others")
-        ->option_text("FILE");
+    add_output(align, "--pto", parsed_.pto_path, output_kind::file,
+               "write each turning group as a Hugin project:\n"
+               "FILE for the first, FILE-2.pto, ... for the others");
     declare_switches(align);
     align.add_option("inputs", parsed_.inputs);
   }
 
   void declare_controlpoints(CLI::App& controlpoints) {
-    controlpoints.add_option("-o,--output", parsed_.output_path, "the project to write")->option_text("FILE");
+    add_output(controlpoints, "-o,--output", parsed_.output_path, output_kind::file, "the project to write");
     declare_type(controlpoints);
     declare_switches(controlpoints);
     controlpoints.add_option("project", parsed_.inputs);
@@ -296,6 +372,7 @@ class grammar {
     parsed_.type = aligning_type(type_);
     parsed_.preview_size = parse_integer("--preview-size", preview_size_);
     if (parsed_.preview_size < 16) throw tool_error("--preview-size needs at least 16 pixels", exit_usage);
+    check_outputs(outputs_);
     if (parsed_.command == tool_command::controlpoints) check_controlpoints();
   }
 
@@ -310,6 +387,7 @@ class grammar {
   options parsed_;
   std::string type_ = "1";
   std::string preview_size_ = "2000";
+  std::vector<output_option> outputs_;
   CLI::App root_{"", "lacewright"};
 };
 

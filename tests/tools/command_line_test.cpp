@@ -3,10 +3,12 @@
 // any work is done.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "tool_test_support.h"
 #include "tools/command_line.h"
 
 namespace {
@@ -59,8 +61,6 @@ TEST(CommandLine, reads_every_spelling_of_each_command) {
       {{"--json", "-", "--preview", "P.JPEG", "a.jpg"}, "inputs=a.jpg json=- preview=P.JPEG"},
       // The last of a repeated option counts.
       {{"--type", "-1", "--type", "1", "--json", "a.json", "--json=b.json"}, "json=b.json"},
-      // "--json=" is an empty value, not a bare option taking the next argument.
-      {{"--json=", "a.jpg", "b.jpg"}, "inputs=a.jpg,b.jpg"},
       // Only the first argument names a command.
       {{"trip", "align", "controlpoints"}, "inputs=trip,align,controlpoints"},
       {{"align", "--", "-", "-1"}, "inputs=-,-1"},
@@ -89,6 +89,7 @@ struct refused {
 
 TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
   const std::string other_types = ": use --type 1 (a camera turning about its centre) or --type -1";
+  const std::string extensions = "ending in .png, .jpg, .jpeg, .tif, .tiff or .webp, not ";
   const refused rows[] = {
       {{"--frobnicate"}, exit_usage, "unknown option '--frobnicate'"},
       {{"-x", "--", "a.jpg"}, exit_usage, "unknown option '-x'"},
@@ -107,6 +108,24 @@ TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
       {{"controlpoints", "--type", "4", "-o", "o.pto", "i.pto"}, exit_unknown_type, "type 4 does not align images"},
       {{"--preview-size", "15"}, exit_usage, "--preview-size needs at least 16 pixels"},
       {{"--preview-size", "big"}, exit_usage, "--preview-size needs an integer, not 'big'"},
+      // An empty file name, however it is written; "--json=" must not take
+      // the image after it for its file.
+      {{"--json", ""}, exit_usage, "--json needs a file name, not an empty one"},
+      {{"--json=", "a.jpg", "b.jpg"}, exit_usage, "--json needs a file name, not an empty one"},
+      {{"--preview", ""}, exit_usage, "--preview needs a file name, not an empty one"},
+      {{"--pto="}, exit_usage, "--pto needs a file name, not an empty one"},
+      {{"controlpoints", "-o", "", "in.pto"}, exit_usage, "--output needs a file name, not an empty one"},
+      // Standard output takes only the JSON.
+      {{"--preview", "-"}, exit_usage, "--preview writes a file, not standard output"},
+      {{"--pto", "-"}, exit_usage, "--pto writes a file, not standard output"},
+      {{"controlpoints", "-o", "-", "in.pto"}, exit_usage, "--output writes a file, not standard output"},
+      {{"--preview", "p.gif"}, exit_usage, "--preview needs a file " + extensions + "'p.gif'"},
+      {{"--preview", "png"}, exit_usage, "--preview needs a file " + extensions + "'png'"},
+      // Two outputs in one file: the second would overwrite the first.
+      {{"--json", "a.json", "--pto", "./a.json"}, exit_usage,
+       "--json 'a.json' and --pto './a.json' name the same file"},
+      {{"--preview", "x/../p.png", "--json", "p.png"}, exit_usage,
+       "--json 'p.png' and --preview 'x/../p.png' name the same file"},
       // The commands' options are their own.
       {{"-o", "out.pto", "a.jpg", "b.jpg"}, exit_usage, "-o is an option of controlpoints, not of align"},
       {{"controlpoints", "-o", "o.pto", "--json=x.json", "in.pto"}, exit_usage,
@@ -129,6 +148,20 @@ TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
       EXPECT_EQ(std::string::npos, std::string(error.what()).find('\n')) << error.what();
     }
   }
+}
+
+class CommandLineFiles : public tool_test::ToolTest {};
+
+TEST_F(CommandLineFiles, see_two_names_of_one_file_through_a_link_to_its_folder) {
+  std::filesystem::create_directory(folder_ / "real");
+  std::filesystem::create_directory_symlink(folder_ / "real", folder_ / "link");
+  try {
+    parse_command_line({"--json", in_folder("link/a.json"), "--pto", in_folder("real/a.json")});
+    ADD_FAILURE() << "two names of one file were accepted";
+  } catch (const tool_error& error) {
+    EXPECT_EQ(exit_usage, error.code);
+  }
+  EXPECT_NO_THROW(parse_command_line({"--json", in_folder("link/a.json"), "--pto", in_folder("real/b.json")}));
 }
 
 struct help_row {
