@@ -47,11 +47,16 @@ struct options {
   bool version = false;
 };
 
-extern const char usage_text[];
 extern const char version_text[];
 
-// Reads the arguments (without the program name). Throws tool_error with
-// exit_usage or exit_unknown_type.
+// Reads the arguments (without the program name): a command and its
+// options, the default command when the first argument names none. Every
+// mistake in how the run was asked for is found here, before any work.
+// Throws tool_error with exit_usage or exit_unknown_type.
 options parse_command_line(const std::vector<std::string>& arguments);
+
+// The text --help shows for a command; the default command's is the whole
+// tool's, from which the manual page is made.
+std::string help_text(tool_command command);
 
 }  // namespace lacewright_tool

@@ -175,7 +175,7 @@ int main(int argc, char** argv) {
   try {
     const options parsed = parse_command_line(std::vector<std::string>(argv + 1, argv + argc));
     if (parsed.help || parsed.version) {
-      std::fputs(parsed.help ? usage_text : version_text, stdout);
+      std::fputs(parsed.help ? help_text(parsed.command).c_str() : version_text, stdout);
       return exit_success;
     }
     return parsed.command == tool_command::controlpoints ? detect_control_points(parsed) : run(parsed);

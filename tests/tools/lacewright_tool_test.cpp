@@ -123,7 +123,7 @@ TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
   expect_failure(run("--frobnicate"), 2, "unknown option '--frobnicate' (see lacewright --help)");
   expect_failure(run("--type"), 2, "--type needs a value");
   expect_failure(run("--type=one"), 2, "--type needs an integer, not 'one'");
-  expect_failure(run("--type 12 " + a + " " + b), 6, "unknown type 12");
+  expect_failure(run("--type 12 " + a + " " + b), 6, "type 12 does not align images");
   expect_failure(run(in_folder("missing.png") + " " + a), 3, "cannot read '" + in_folder("missing.png") + "'");
   std::ofstream(in_folder("fake.png")) << "not an image";
   expect_failure(run(in_folder("fake.png") + " " + a), 3, "cannot read '" + in_folder("fake.png") + "'");

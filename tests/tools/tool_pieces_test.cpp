@@ -1,6 +1,6 @@
 // The tool's own pieces: the units of reduced copies, the placements and
-// their levelled horizon, folder listing, the command line, the rotation
-// angles of its Hugin projects and its all-or-nothing outputs.
+// their levelled horizon, folder listing, the rotation angles of its Hugin
+// projects and its all-or-nothing outputs.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -193,30 +193,6 @@ TEST(ImageInputs, folders_give_their_image_files_in_name_order_and_files_stay_as
     EXPECT_EQ(exit_unreadable_input, error.code);
   }
   std::filesystem::remove_all(folder);
-}
-
-TEST(CommandLine, reads_options_in_both_spellings_and_refuses_mistakes) {
-  const options parsed = parse_command_line(
-      {"align", "--type=-1", "--json", "a.json", "--preview=p.png", "--pto", "x.pto", "--quiet", "--", "--odd.jpg"});
-  EXPECT_EQ(-1, parsed.type);
-  EXPECT_EQ("a.json", parsed.json_path);
-  EXPECT_EQ("p.png", parsed.preview_path);
-  EXPECT_EQ("x.pto", parsed.pto_path);
-  EXPECT_TRUE(parsed.quiet);
-  EXPECT_EQ(std::vector<std::string>{"--odd.jpg"}, parsed.inputs);
-  const auto code_of = [](std::vector<std::string> arguments) {
-    try {
-      parse_command_line(arguments);
-    } catch (const tool_error& error) {
-      return error.code;
-    }
-    return exit_success;
-  };
-  EXPECT_EQ(exit_unknown_type, code_of({"--type", "2"}));
-  EXPECT_EQ(exit_unknown_type, code_of({"--type", "-2"}));
-  EXPECT_EQ(exit_usage, code_of({"--json"}));
-  EXPECT_EQ(exit_usage, code_of({"--preview-size", "8"}));
-  EXPECT_EQ(exit_success, code_of({"--type", "6"}));
 }
 
 TEST(HuginAngles, follow_the_panorama_conventions_and_round_trip) {
