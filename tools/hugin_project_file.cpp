@@ -56,9 +56,10 @@ hugin_project_file::hugin_project_file(const std::string& text) {
       throw std::invalid_argument(line_number(image) + "an image line needs a width (w), a height (h) and a file (n)");
     }
   }
-  // Every project Hugin writes describes its panorama on a 'p' line; a file
-  // without one is something else, however few images it lists.
-  if (std::none_of(lines_.begin(), lines_.end(), [](const std::string& line) { return starts_with_word(line, 'p'); })) {
+  // Every project Hugin writes describes its panorama on a 'p' line: a file
+  // with neither that nor an image line is something else.
+  if (images_.empty() &&
+      std::none_of(lines_.begin(), lines_.end(), [](const std::string& line) { return starts_with_word(line, 'p'); })) {
     throw std::invalid_argument("it is not a Hugin project (it has no panorama line 'p')");
   }
 }

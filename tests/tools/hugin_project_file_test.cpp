@@ -97,7 +97,8 @@ TEST(HuginProjectFile, refuses_an_image_line_without_size_or_file_and_names_the_
             message_of("# a project\ni w100 f0 n\"a.jpg\"\n"));
   EXPECT_EQ("line 1: an image line needs a width (w), a height (h) and a file (n)", message_of("i w100 h80 f0\n"));
   EXPECT_EQ("line 1: w is no whole number ('1e3')", message_of("i w1e3 h80 n\"a.jpg\"\n"));
-  EXPECT_EQ("", message_of("# no images at all\n"));
+  EXPECT_EQ("it is not a Hugin project (it has no panorama line 'p')", message_of("# no images at all\n"));
+  EXPECT_EQ("", message_of("p f2 w3000\n"));
 }
 
 }  // namespace

@@ -175,9 +175,12 @@ TEST_F(Tool, says_which_images_it_left_out_and_why) {
       const auto& [file, reason] = case_.left_out[k];
       const json& entry = document["left_out"][k];
       EXPECT_EQ(file, entry["file"]);
-      if (!reason.empty()) EXPECT_EQ(reason, entry["reason"]);
-      // Without matches, or with matches that fit no motion.
-      if (reason.empty()) EXPECT_TRUE(entry["reason"] == "no match" || entry["reason"] == "too few inliers") << entry;
+      if (reason.empty()) {
+        // Without matches, or with matches that fit no motion.
+        EXPECT_TRUE(entry["reason"] == "no match" || entry["reason"] == "too few inliers") << entry;
+      } else {
+        EXPECT_EQ(reason, entry["reason"]);
+      }
       EXPECT_NE(std::string::npos, result.err.find(file)) << result.err;
     }
   }
@@ -221,7 +224,7 @@ TEST_F(Tool, a_group_reaching_far_up_is_drawn_and_exported_on_the_sphere) {
   // request finds a turn, and the group reaches too far up for a cylinder.
   std::string images;
   for (int view = 0; view < 5; ++view) {
-    images += " " + scene_view("view" + std::to_string(view) + ".png", 10.0 * view, 22.0 * view);
+    images.append(" ").append(scene_view("view" + std::to_string(view) + ".png", 10.0 * view, 22.0 * view));
   }
   const outcome result = run("--quiet --type -1 --preview-size 300 --json " + in_folder("run.json") + " --preview " +
                              in_folder("run.png") + " --pto " + in_folder("run.pto") + images);
