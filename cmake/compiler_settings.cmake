@@ -13,6 +13,12 @@ if(LACEWRIGHT_SANITIZE)
   add_link_options(-fsanitize=address,undefined,float-cast-overflow)
 endif()
 
+# Line counts for scripts/coverage, unoptimised so that lines map to code.
+if(LACEWRIGHT_COVERAGE)
+  add_compile_options(--coverage -O0)
+  add_link_options(--coverage)
+endif()
+
 # Fuzzing instruments every library for coverage and runs under both
 # sanitizers; only the fuzz targets themselves link libFuzzer's main.
 if(LACEWRIGHT_BUILD_FUZZ)
