@@ -49,9 +49,11 @@ constexpr const char* notes =
     "type \"All images at once\" with the program lacewright and the\n"
     "arguments: controlpoints -o %o %s\n"
     "\n"
-    "Exit codes: 0 aligned; 1 the alignment failed; 2 usage; 3 an input\n"
-    "cannot be read; 4 fewer than two usable images; 5 more than 105 images;\n"
-    "6 a type that does not align; 7 an output cannot be written.";
+    "Exit codes: 0 a group of two or more images aligned and every output\n"
+    "written; 1 no two images align (the JSON is written all the same, with\n"
+    "the reason each image was left out); 2 usage; 3 an input cannot be\n"
+    "read; 4 fewer than two usable images; 5 more than 105 images; 6 a type\n"
+    "that does not align; 7 an output cannot be written.";
 
 // The extensions of the pictures libvips writes for a preview.
 const std::vector<std::string> picture_extensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".webp"};
@@ -351,7 +353,8 @@ class grammar {
         ->option_text("N");
     add_output(align, "--pto", parsed_.pto_path, output_kind::file,
                "write each turning group as a Hugin project:\n"
-               "FILE for the first, FILE-2.pto, ... for the others");
+               "FILE for the first, FILE-2.pto, ... for the others;\n"
+               "a planar group is refused (exit 7)");
     declare_switches(align);
     align.add_option("inputs", parsed_.inputs);
   }

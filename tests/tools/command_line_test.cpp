@@ -179,7 +179,7 @@ TEST(CommandLine, help_documents_each_command_within_eighty_columns) {
         "  or:  lacewright controlpoints [OPTION...] -o OUTPUT.pto PROJECT.pto\n",
         "\nOptions:\n  --type N ", "  --preview-size N ", "  -q, --quiet ", "\nCommands:\n  align ",
         "  controlpoints ", "it takes --type, --no-level and --quiet, and\n\n  -o, --output FILE ",
-        "arguments: controlpoints -o %o %s\n", "6 a type that does not align"},
+        "arguments: controlpoints -o %o %s\n", "6 a type\nthat does not align"},
        {}},
       {tool_command::controlpoints,
        {"Usage: lacewright controlpoints [OPTION...] -o OUTPUT.pto PROJECT.pto\n\nHugin's control point detector.",
