@@ -26,6 +26,22 @@ scale_space pyramid_with(Samples level_2) {
   return record;
 }
 
+struct refined {
+  bool kept;
+  host::sift_extremum extremum;
+  int64_t index = -1;
+  std::size_t level = 0;
+};
+
+// The candidate at the centre of level 1, refined.
+refined refine_centre(const scale_space& record) {
+  refined result{};
+  const host::detection_limits limits{3, 0.02f, 12.1f};
+  result.kept = host::refine_extremum(host::octave_planes(record, 0), limits, {3 * side + 3, 1}, result.extremum,
+                                      result.index, result.level);
+  return result;
+}
+
 TEST(ExtremumRefinement, an_offset_beyond_the_octave_is_refused_before_it_is_rounded) {
   // Along x the differences rise steeply through a centre of almost 0: a
   // curvature of 2^-99 against a slope of about 1, an offset of about 2^99
@@ -38,12 +54,9 @@ TEST(ExtremumRefinement, an_offset_beyond_the_octave_is_refused_before_it_is_rou
   });
   const host::octave_planes planes(record, 0);
   ASSERT_GT(std::fabs(planes.difference(1, 4, 3) / planes.difference(1, 3, 3)), 1e29);
-  host::sift_extremum extremum{};
-  int64_t index = -1;
-  std::size_t level = 0;
-  const host::detection_limits limits{3, 0.02f, 12.1f};
-  EXPECT_FALSE(host::refine_extremum(planes, limits, {3 * side + 3, 1}, extremum, index, level));
-  EXPECT_EQ(-1, index);
+  const refined result = refine_centre(record);
+  EXPECT_FALSE(result.kept);
+  EXPECT_EQ(-1, result.index);
 }
 
 TEST(ExtremumRefinement, a_peak_settles_at_its_sample_with_its_sub_sample_offset) {
@@ -55,16 +68,12 @@ TEST(ExtremumRefinement, a_peak_settles_at_its_sample_with_its_sub_sample_offset
     if (std::abs(static_cast<int>(x) - 3) <= 1 && std::abs(static_cast<int>(y) - 3) <= 1) return 0.75f;
     return 0.0f;
   });
-  const host::octave_planes planes(record, 0);
-  host::sift_extremum extremum{};
-  int64_t index = -1;
-  std::size_t level = 0;
-  const host::detection_limits limits{3, 0.02f, 12.1f};
-  ASSERT_TRUE(host::refine_extremum(planes, limits, {3 * side + 3, 1}, extremum, index, level));
-  EXPECT_EQ(static_cast<int64_t>(3 * side + 3), index);
-  EXPECT_EQ(1u, level);
-  EXPECT_NEAR(3.0 + 1.0 / 6.0, extremum.x, 1e-6);
-  EXPECT_NEAR(3.0, extremum.y, 1e-6);
+  const refined result = refine_centre(record);
+  ASSERT_TRUE(result.kept);
+  EXPECT_EQ(static_cast<int64_t>(3 * side + 3), result.index);
+  EXPECT_EQ(1u, result.level);
+  EXPECT_NEAR(3.0 + 1.0 / 6.0, result.extremum.x, 1e-6);
+  EXPECT_NEAR(3.0, result.extremum.y, 1e-6);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(OstrelDictionary, nested_dictionaries_and_strings_round_trip) {
+TEST(OstrelDictionary, nested_dictionaries_and_strings_round_trip_and_a_put_replaces_the_value) {
   OstrelHandle outer = OstrelNewDict();
   OstrelHandle inner = OstrelNewDict();
   OstrelHandle text = OstrelNewString("/opt/verdane/plugins");
@@ -21,6 +21,14 @@ TEST(OstrelDictionary, nested_dictionaries_and_strings_round_trip) {
   char* copy = nullptr;
   ASSERT_EQ(ostrel_ok, OstrelGetDictString(found, "pluginFolder", &copy));
   EXPECT_STREQ("/opt/verdane/plugins", copy);
+  OstrelFree(copy);
+
+  // A put replaces an earlier value under the same key.
+  OstrelHandle second = OstrelNewString("second");
+  EXPECT_EQ(ostrel_ok, OstrelPutDictString(found, "pluginFolder", second));
+  OstrelRelease(second);
+  ASSERT_EQ(ostrel_ok, OstrelGetDictString(found, "pluginFolder", &copy));
+  EXPECT_STREQ("second", copy);
   OstrelFree(copy);
   OstrelRelease(found);
   OstrelRelease(outer);
@@ -41,21 +49,6 @@ TEST(OstrelDictionary, puts_and_gets_refuse_wrong_kinds_and_missing_keys) {
   EXPECT_EQ(ostrel_ok, OstrelPutDictString(dictionary, "text", text));
   EXPECT_EQ(ostrel_not_found, OstrelGetDictDict(dictionary, "text", &found));
   OstrelRelease(text);
-  OstrelRelease(dictionary);
-}
-
-TEST(OstrelDictionary, a_put_replaces_an_earlier_value_under_the_same_key) {
-  OstrelHandle dictionary = OstrelNewDict();
-  OstrelHandle first = OstrelNewString("first");
-  OstrelHandle second = OstrelNewString("second");
-  OstrelPutDictString(dictionary, "key", first);
-  OstrelPutDictString(dictionary, "key", second);
-  OstrelRelease(first);
-  OstrelRelease(second);
-  char* copy = nullptr;
-  ASSERT_EQ(ostrel_ok, OstrelGetDictString(dictionary, "key", &copy));
-  EXPECT_STREQ("second", copy);
-  OstrelFree(copy);
   OstrelRelease(dictionary);
 }
 

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <omp.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -12,9 +11,7 @@
 
 #include "descriptors.h"
 #include "feature_test_support.h"
-#include "host/descriptor_kernels.h"
 #include "host/ostrel.h"
-#include "matching/descriptor_distance.h"
 #include "matching/match_all_pairs.h"
 #include "matching/match_pair.h"
 #include "photographs.h"
@@ -141,7 +138,7 @@ void expect_equal_records(const table& reference, const table& run, const std::s
   }
 }
 
-TEST_F(MatchAllPairs, the_sequential_forms_match_pair_by_pair_and_index_by_the_second_frame) {
+TEST_F(MatchAllPairs, pair_by_pair_gives_the_matches_of_each_pair_alone_indexed_by_the_second_frame) {
   const frame_list frames = frames_with({300, 1, 250, 280, 1, 0, 260});
   const table pairs = match_all_pairs_pair_by_pair(frames);
   std::size_t p = 0;
@@ -163,12 +160,6 @@ TEST_F(MatchAllPairs, the_sequential_forms_match_pair_by_pair_and_index_by_the_s
   }
   // The lone features of frames 1 and 4 match each other by default.
   EXPECT_EQ((std::vector<feature_match>{{0, 0, 0.0f, 0}}), pairs[1][2]->matches);
-
-  for (const int batch : {1, 4, 21}) {
-    OstrelSetBatchSize(batch);
-    const table in_jobs = match_all_pairs_job_by_job(frames_with({300, 1, 250, 280, 1, 0, 260}));
-    expect_equal_records(pairs, in_jobs, "jobs in batches of " + std::to_string(batch));
-  }
 }
 
 TEST_F(MatchAllPairs, records_equal_the_sequential_forms_for_any_batch_and_thread_count) {
@@ -215,31 +206,3 @@ TEST(AppendMatches, later_calls_continue_the_positions_and_keep_each_part_sorted
 }
 
 }  // namespace
-
-// The host job's distance tables on the descriptors of two photographs, cut
-// to counts that leave tails in both directions of the kernel's blocks,
-// hold the engine's own distances.
-TEST(DistanceTables, photograph_descriptors_give_the_engines_distances_with_tails_on_both_sides) {
-  const auto paths = photograph_set("uttower");
-  if (paths.empty()) GTEST_SKIP() << "no photograph folder (set LACEWRIGHT_DATA_DIR)";
-  const frame_list features = features_of_photographs(paths);
-  const uint8_t* a = descriptors_of(*features[0]);
-  const uint8_t* b = descriptors_of(*features[1]);
-  const std::size_t n = std::min<std::size_t>(features[0]->features.size(), 403);
-  const std::size_t m = std::min<std::size_t>(features[1]->features.size(), 301);
-  ASSERT_GT(n, 100u);
-  ASSERT_GT(m, 100u);
-  for (const auto& [rows, columns] : {std::pair{n, m}, std::pair{n - 1, m - 1}, std::pair{n - 2, m}, std::pair{n - 3, m}}) {
-    std::vector<uint16_t> by_a(rows * columns), by_b(rows * columns), portable_a(rows * columns), portable_b(rows * columns);
-    host::distance_tables(a, rows, b, columns, by_a.data(), by_b.data());
-    host::distance_tables_portable(a, rows, b, columns, portable_a.data(), portable_b.data());
-    ASSERT_EQ(portable_a, by_a);
-    ASSERT_EQ(portable_b, by_b);
-    for (std::size_t i = 0; i < rows; ++i) {
-      for (std::size_t k = 0; k < columns; ++k) {
-        ASSERT_EQ(descriptor_distance(a + 128 * i, b + 128 * k), by_a[i * columns + k]) << rows << " x " << columns;
-        ASSERT_EQ(by_a[i * columns + k], by_b[k * rows + i]);
-      }
-    }
-  }
-}

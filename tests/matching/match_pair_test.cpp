@@ -37,65 +37,40 @@ TEST(DescriptorDistance, sums_absolute_byte_differences) {
   EXPECT_EQ(253u, descriptor_distance(a.data(), b.data()));
 }
 
-TEST(MatchPair, frames_without_features_match_nothing_and_lone_features_match_anyway) {
-  EXPECT_TRUE(match({}, {1, 2}).empty());
-  EXPECT_TRUE(match({1, 2}, {}).empty());
-  const auto lone = match({0}, {30000});
-  ASSERT_EQ(1u, lone.size());
-  EXPECT_EQ((feature_match{0, 0, 0.0f, 0}), lone[0]);
-}
-
-TEST(MatchPair, the_runner_up_must_be_more_than_ratio_times_the_best) {
-  // 136 beats 1.35 x 100; 135 does not. The reverse scan finds no
-  // competitor, so its distance stays 0xFFFFFFFF and the sum wraps.
-  const auto passing = match({0}, {100, 136});
-  ASSERT_EQ(1u, passing.size());
-  EXPECT_EQ(0u, passing[0].index_a);
-  EXPECT_EQ(0, passing[0].index_b);
-  EXPECT_EQ(200.0f / 135.0f, passing[0].score);
-  EXPECT_TRUE(match({0}, {100, 135}).empty());
-  // A runner-up of 100 with no reverse competitor: 0xFFFFFFFF + 100 wraps to 99.
-  const auto wrapped = match({0}, {50, 100});
-  ASSERT_EQ(1u, wrapped.size());
-  EXPECT_EQ(100.0f / 99.0f, wrapped[0].score);
-}
-
-TEST(MatchPair, equal_best_distances_fail_even_at_zero) {
-  EXPECT_TRUE(match({0}, {50, 50}).empty());
-  EXPECT_TRUE(match({7}, {7, 7}).empty());
-}
-
-TEST(MatchPair, a_reverse_competitor_as_close_as_the_best_refuses_and_stays_a_competitor) {
-  // a0 and a1 are both 100 from b0: each is refused by the other, since
-  // the refused a0 is still free when a1 is checked.
-  EXPECT_TRUE(match({0, 200}, {100, 1000}).empty());
-}
-
-TEST(MatchPair, matched_features_leave_the_game_and_a_lone_candidate_always_passes) {
-  // a0 takes b0; a1 then sees only b1, whose runner-up is never found, and
-  // no free competitor remains on its side either.
-  const auto matches = match({0, 10}, {0, 1000});
-  ASSERT_EQ(2u, matches.size());
-  EXPECT_EQ((feature_match{0, 0, 0.0f, 0}), matches[0]);
-  EXPECT_EQ(1u, matches[1].index_a);
-  EXPECT_EQ(1, matches[1].index_b);
-  EXPECT_EQ(1980.0f / 4294967294.0f, matches[1].score);
-}
-
-TEST(MatchPair, the_lower_index_wins_a_forward_tie_and_the_tie_fails_the_ratio) {
-  EXPECT_TRUE(match({60}, {20, 100}).empty());
-  // a0 ties between b1 and b2; a1 then matches b1 (10 against 90), and
-  // looking back from b1 the unmatched a0 is 40 away.
-  const auto matches = match({60, 110}, {1000, 100, 20});
-  ASSERT_EQ(1u, matches.size());
-  EXPECT_EQ((feature_match{1, 1, 20.0f / 130.0f, 0}), matches[0]);
-}
-
-TEST(MatchPair, a_closer_reverse_competitor_refuses_the_match) {
-  // From b0, a1 (5 away) is closer than a0 (100): a0 is refused, a1 takes b0.
-  const auto matches = match({0, 95}, {100, 1000});
-  ASSERT_EQ(1u, matches.size());
-  EXPECT_EQ((feature_match{1, 0, 10.0f / 1005.0f, 0}), matches[0]);
+// Each case names the rule it holds the matcher to. A runner-up never found
+// and a reverse scan without a competitor leave their distances at
+// 0xFFFFFFFF, and the score's sum wraps.
+TEST(MatchPair, the_forward_and_reverse_ratio_tests_decide_in_order_of_the_first_frame) {
+  struct pair_case {
+    const char* rule;
+    std::initializer_list<uint32_t> a, b;
+    std::vector<feature_match> expected;
+  };
+  const pair_case cases[] = {
+      {"a first frame without features matches nothing", {}, {1, 2}, {}},
+      {"a second frame without features matches nothing", {1, 2}, {}, {}},
+      {"lone features match anyway", {0}, {30000}, {{0, 0, 0.0f, 0}}},
+      {"136 beats 1.35 x 100", {0}, {100, 136}, {{0, 0, 200.0f / 135.0f, 0}}},
+      {"135 does not", {0}, {100, 135}, {}},
+      {"a runner-up of 100 without a reverse competitor: 0xFFFFFFFF + 100 wraps to 99", {0}, {50, 100},
+       {{0, 0, 100.0f / 99.0f, 0}}},
+      {"equal best distances fail", {0}, {50, 50}, {}},
+      {"equal best distances fail even at zero", {7}, {7, 7}, {}},
+      // a0 and a1 are both 100 from b0: each is refused by the other, since
+      // the refused a0 is still free when a1 is checked.
+      {"a reverse competitor as close as the best refuses and stays a competitor", {0, 200}, {100, 1000}, {}},
+      // a0 takes b0; a1 then sees only b1, whose runner-up is never found,
+      // and no free competitor remains on its side either.
+      {"matched features leave the game and a lone candidate always passes", {0, 10}, {0, 1000},
+       {{0, 0, 0.0f, 0}, {1, 1, 1980.0f / 4294967294.0f, 0}}},
+      {"the lower index wins a forward tie, and the tie fails the ratio", {60}, {20, 100}, {}},
+      // a0 ties between b1 and b2; a1 then matches b1 (10 against 90), and
+      // looking back from b1 the unmatched a0 is 40 away.
+      {"a tied feature stays a reverse competitor", {60, 110}, {1000, 100, 20}, {{1, 1, 20.0f / 130.0f, 0}}},
+      // From b0, a1 (5 away) is closer than a0 (100): a0 is refused, a1 takes b0.
+      {"a closer reverse competitor refuses the match", {0, 95}, {100, 1000}, {{1, 0, 10.0f / 1005.0f, 0}}},
+  };
+  for (const pair_case& c : cases) EXPECT_EQ(c.expected, match(c.a, c.b)) << c.rule;
 }
 
 TEST(MatchPair, results_are_one_to_one_and_in_ascending_first_index) {

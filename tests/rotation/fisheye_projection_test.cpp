@@ -107,25 +107,6 @@ TEST(FisheyeProjection, rays_come_back_from_their_pixels_across_the_field_of_eve
   }
 }
 
-TEST(FisheyeProjection, pixels_come_back_from_their_rays_across_the_field_of_every_lens) {
-  for (const table_row& row : table) {
-    const auto lens = placed_lens(row.type);
-    // The frame's pixels within 86 degrees of the axis: the lenses of
-    // shorter focal length leave the corners outside their field.
-    const double field = lens->radius(86.0 * degree);
-    for (double u = 0.0; u <= 999.0; u += 37.0) {
-      for (double v = 0.0; v <= 749.0; v += 34.0) {
-        if (std::hypot(u - lens->cx, v - lens->cy) > field) continue;
-        double x, y, u_back, v_back;
-        lens->image_to_ray(u, v, x, y, 89.0 * degree);
-        lens->ray_to_image(x, y, 1.0, u_back, v_back);
-        EXPECT_NEAR(u, u_back, 0.02) << "type " << row.type << " at " << u << ", " << v;
-        EXPECT_NEAR(v, v_back, 0.02) << "type " << row.type << " at " << u << ", " << v;
-      }
-    }
-  }
-}
-
 TEST(FisheyeProjection, the_angle_of_a_ray_is_limited_by_the_largest_angle) {
   const auto lens = placed_lens(2);
   const double u = lens->cx + lens->radius(80.0 * degree), v = lens->cy;
@@ -175,15 +156,13 @@ TEST(FisheyeProjection, a_ray_behind_the_lens_folds_onto_the_other_side) {
 TEST(FisheyeProjection, a_clone_is_an_independent_copy) {
   auto lens = placed_lens(7);
   const std::unique_ptr<fisheye_projection_base> copy = lens->clone();
-  const auto* same = dynamic_cast<const fisheye_equidist5*>(copy.get());
-  ASSERT_NE(nullptr, same);
-  EXPECT_EQ(coefficients(*lens), coefficients(*same));
-  EXPECT_EQ(lens->cx, same->cx);
-  EXPECT_EQ(lens->cy, same->cy);
   lens->p4 = 1.0;
   lens->cx = 0.0;
-  EXPECT_EQ(construct_fisheye_projection(7, 1000, 1.0)->p4, same->linear_coefficient());
+  const auto* same = dynamic_cast<const fisheye_equidist5*>(copy.get());
+  ASSERT_NE(nullptr, same);
+  EXPECT_EQ(coefficients(*placed_lens(7)), coefficients(*same));
   EXPECT_EQ(499.5, same->cx);
+  EXPECT_EQ(374.5, same->cy);
 }
 
 }  // namespace

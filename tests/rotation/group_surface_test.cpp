@@ -140,53 +140,49 @@ rig_group group_of(const rotation_rig& rig) {
   return group;
 }
 
-TEST(RefineCameras, the_group_is_refined_and_a_distortion_stage_beyond_its_limits_is_dropped) {
-  const rotation_rig rig = make_rotation_rig(6, 600, 0.5, 0.0, 21);
-  const rig_group group = group_of(rig);
-  camera_refinement_options options;
-  group_cameras refined = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, refined);
-  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], refined.lenses[i].fx, 0.005 * rig.focals[i]) << i;
-
-  // The rig has no distortion: the fitted values are small but not 0.
-  options.estimate_distortion = true;
-  group_cameras distorted = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, distorted);
-  EXPECT_NE(0.0, distorted.lenses[1].k1);
-  EXPECT_LT(std::fabs(distorted.lenses[1].k1), 0.05);
-
-  options.max_lens_parameter_a = 0.0;  // any k1 is beyond the limit
-  group_cameras limited = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, limited);
-  EXPECT_EQ(refined.lenses, limited.lenses);
-  EXPECT_EQ(refined.rotations, limited.rotations);
-
-  options.refine_groups = false;
-  group_cameras untouched = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, untouched);
-  EXPECT_EQ(group.start.lenses, untouched.lenses);
+group_cameras refined(const camera_refinement_options& options, const rig_group& group) {
+  group_cameras cameras = group.start;
+  refine_cameras(options, group.frames, group.tracks, 0, cameras);
+  return cameras;
 }
 
-TEST(RefineCameras, the_distortion_stage_follows_the_plain_adjuster_too) {
-  const rotation_rig rig = make_rotation_rig(6, 600, 0.5, 0.0, 21);
-  rig_group group = group_of(rig);
-  // The plain adjuster keeps its points in the reference camera's frame:
-  // the world is the reference's, as the group stage gives it.
-  const std::array<double, 9> to_reference = transposed(group.start.rotations[0]);
-  for (auto& rotation : group.start.rotations) rotation = product(to_reference, rotation);
-  camera_refinement_options options;
-  options.nonlinear_refine = false;
-  group_cameras plain = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, plain);
-  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], plain.lenses[i].fx, 0.005 * rig.focals[i]) << i;
-  EXPECT_EQ(0.0, plain.lenses[1].k1);
+void expect_focal_lengths_of(const rotation_rig& rig, const group_cameras& cameras) {
+  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], cameras.lenses[i].fx, 0.005 * rig.focals[i]) << i;
+}
 
-  options.estimate_distortion = true;
-  group_cameras distorted = group.start;
-  refine_cameras(options, group.frames, group.tracks, 0, distorted);
-  EXPECT_NE(0.0, distorted.lenses[1].k1);
-  EXPECT_LT(std::fabs(distorted.lenses[1].k1), 0.05);
-  for (std::size_t i = 0; i < 6; ++i) EXPECT_NEAR(rig.focals[i], distorted.lenses[i].fx, 0.005 * rig.focals[i]) << i;
+// The rig has no distortion: the fitted values are small but not 0, and a
+// stage that reaches beyond its limit is dropped.
+TEST(RefineCameras, either_adjuster_refines_the_group_and_a_distortion_stage_beyond_its_limits_is_dropped) {
+  const rotation_rig rig = make_rotation_rig(6, 600, 0.5, 0.0, 21);
+  for (const bool nonlinear : {true, false}) {
+    SCOPED_TRACE(nonlinear ? "nonlinear" : "plain");
+    rig_group group = group_of(rig);
+    if (!nonlinear) {
+      // The plain adjuster keeps its points in the reference camera's frame:
+      // the world is the reference's, as the group stage gives it.
+      const std::array<double, 9> to_reference = transposed(group.start.rotations[0]);
+      for (auto& rotation : group.start.rotations) rotation = product(to_reference, rotation);
+    }
+    camera_refinement_options options;
+    options.nonlinear_refine = nonlinear;
+    const group_cameras plain = refined(options, group);
+    expect_focal_lengths_of(rig, plain);
+    EXPECT_EQ(0.0, plain.lenses[1].k1);
+
+    options.estimate_distortion = true;
+    const group_cameras distorted = refined(options, group);
+    expect_focal_lengths_of(rig, distorted);
+    EXPECT_NE(0.0, distorted.lenses[1].k1);
+    EXPECT_LT(std::fabs(distorted.lenses[1].k1), 0.05);
+
+    options.max_lens_parameter_a = 0.0;  // any k1 is beyond the limit
+    const group_cameras limited = refined(options, group);
+    EXPECT_EQ(plain.lenses, limited.lenses);
+    EXPECT_EQ(plain.rotations, limited.rotations);
+
+    options.refine_groups = false;
+    EXPECT_EQ(group.start.lenses, refined(options, group).lenses);
+  }
 }
 
 }  // namespace

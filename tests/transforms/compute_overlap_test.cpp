@@ -14,56 +14,21 @@
 
 namespace {
 
-AlignFrame frame_of(int32_t width, int32_t height) {
-  AlignFrame frame;
-  frame.width = width;
-  frame.height = height;
-  return frame;
-}
+constexpr double pi = std::numbers::pi;
 
-TEST(ComputeOverlap, a_missing_transform_overlaps_nothing) {
-  PixelTransform base;
-  AlignFrame frame = frame_of(640, 480);
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, nullptr, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&base, nullptr, &frame));
-}
+struct overlap_case {
+  const char* name;
+  PixelTransform *base, *image;
+  int32_t width, height;
+  double expected, tolerance = 0.0;  // exact unless a formula of sines is involved
+};
 
-TEST(ComputeOverlap, the_reference_covers_itself_whatever_its_kind) {
-  PixelTransform transform;
-  SphericalTransform sphere;
-  const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, size[2] = {480, 640}, center[2] = {320, 240},
-               coefficients[2] = {0, 0};
-  DistortRd2Transform lens(matrix, size, center, coefficients);
-  AlignFrame frame;
-  EXPECT_EQ(1.0, ComputeOverlap(&transform, &transform, &frame));
-  EXPECT_EQ(1.0, ComputeOverlap(&sphere, &sphere, &frame));
-  EXPECT_EQ(1.0, ComputeOverlap(&lens, &lens, &frame));
-}
-
-TEST(ComputeOverlap, kinds_without_a_measure_give_zero) {
-  const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, size[2] = {480, 640}, center[2] = {320, 240},
-               coefficients[2] = {0, 0};
-  DistortRd2Transform lens(matrix, size, center, coefficients), other_lens(matrix, size, center, coefficients);
-  SphericalTransform sphere, other_sphere;
-  SphericalFisheyeTransform fisheye;
-  PixelTransform base;
-  AlignFrame frame = frame_of(640, 480);
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, &lens, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&other_lens, &lens, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, &sphere, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&other_sphere, &sphere, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&sphere, &fisheye, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&base, &sphere, &frame));
-}
-
-// A kind is only a claim: an object that is not of the family its kind
-// names has no measure.
-TEST(ComputeOverlap, a_kind_without_the_matching_class_gives_zero) {
-  PixelTransform pretender;
-  AlignFrame frame = frame_of(100, 100);
-  for (const int32_t kind : {2, 7}) {
-    pretender.kind = kind;
-    EXPECT_EQ(0.0, ComputeOverlap(nullptr, &pretender, &frame)) << kind;
+void expect_overlaps(std::initializer_list<overlap_case> cases) {
+  for (const overlap_case& c : cases) {
+    AlignFrame frame;
+    frame.width = c.width;
+    frame.height = c.height;
+    EXPECT_NEAR(c.expected, ComputeOverlap(c.base, c.image, &frame), c.tolerance) << c.name;
   }
 }
 
@@ -73,41 +38,6 @@ DistortTransform planar(double left, double top, double right, double bottom) {
   const double rect[4] = {0, 0, 100, 100};
   const double quad[8] = {left, top, right, top, right, bottom, left, bottom};
   return DistortTransform(rect, quad);
-}
-
-TEST(ComputeOverlap, planar_without_a_base_is_measured_against_the_frame) {
-  DistortTransform shifted = planar(50, 0, 150, 100);
-  AlignFrame frame = frame_of(100, 100);
-  EXPECT_DOUBLE_EQ(0.5, ComputeOverlap(nullptr, &shifted, &frame));
-}
-
-TEST(ComputeOverlap, planar_containment_either_way_gives_one) {
-  DistortTransform outer = planar(-10, -10, 110, 110), inner = planar(0, 0, 100, 100), same = planar(0, 0, 100, 100);
-  AlignFrame frame = frame_of(100, 100);
-  EXPECT_EQ(1.0, ComputeOverlap(&outer, &inner, &frame));
-  EXPECT_EQ(1.0, ComputeOverlap(&inner, &outer, &frame));
-  EXPECT_EQ(1.0, ComputeOverlap(&inner, &same, &frame));
-  // An image that covers its whole frame, without a base.
-  EXPECT_EQ(1.0, ComputeOverlap(nullptr, &outer, &frame));
-}
-
-TEST(ComputeOverlap, planar_rectangles_that_only_touch_do_not_overlap) {
-  DistortTransform base = planar(0, 0, 100, 100);
-  DistortTransform right = planar(100, 0, 200, 100), below = planar(0, 100, 100, 200),
-                   diagonal = planar(100, 100, 200, 200), apart = planar(300, 300, 400, 400);
-  AlignFrame frame = frame_of(100, 100);
-  EXPECT_EQ(0.0, ComputeOverlap(&base, &right, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&base, &below, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&base, &diagonal, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(&base, &apart, &frame));
-}
-
-// The shared 50 x 50 is divided by the base's area, not the image's.
-TEST(ComputeOverlap, planar_overlap_is_a_share_of_the_base) {
-  DistortTransform square = planar(0, 0, 100, 100), band = planar(50, 25, 350, 75);
-  AlignFrame frame = frame_of(100, 100);
-  EXPECT_DOUBLE_EQ(2500.0 / 10000.0, ComputeOverlap(&square, &band, &frame));
-  EXPECT_DOUBLE_EQ(2500.0 / 15000.0, ComputeOverlap(&band, &square, &frame));
 }
 
 // An image of a 640 x 480 frame on a cylinder of 800 pixels per radian,
@@ -120,60 +50,91 @@ CylindricalTransform cylindrical(double focal, double yaw, double elevation) {
   return CylindricalTransform(camera, camera_rotation(yaw, elevation, 0.0).data(), 800.0, 800.0, 0.0, 320.0, 240.0);
 }
 
-TEST(ComputeOverlap, a_base_of_the_other_family_counts_as_none) {
-  AlignFrame frame = frame_of(100, 100);
+// Only planar and cylindrical images have a measure; the reference covers
+// itself whatever its kind. A kind is only a claim: an object that is not of
+// the family its kind names has no measure either.
+TEST(ComputeOverlap, only_the_reference_itself_and_the_two_measured_families_overlap) {
+  const double matrix[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1}, size[2] = {480, 640}, center[2] = {320, 240},
+               coefficients[2] = {0, 0};
+  DistortRd2Transform lens(matrix, size, center, coefficients), other_lens(matrix, size, center, coefficients);
+  SphericalTransform sphere, other_sphere;
+  SphericalFisheyeTransform fisheye;
+  PixelTransform base, planar_pretender, cylindrical_pretender;
+  planar_pretender.kind = 2;
+  cylindrical_pretender.kind = 7;
+  expect_overlaps({
+      {"no image, no base", nullptr, nullptr, 640, 480, 0.0},
+      {"no image", &base, nullptr, 640, 480, 0.0},
+      {"the base onto itself", &base, &base, 0, 0, 1.0},
+      {"a sphere onto itself", &sphere, &sphere, 0, 0, 1.0},
+      {"a lens onto itself", &lens, &lens, 0, 0, 1.0},
+      {"a lens", nullptr, &lens, 640, 480, 0.0},
+      {"a lens onto another", &other_lens, &lens, 640, 480, 0.0},
+      {"a sphere", nullptr, &sphere, 640, 480, 0.0},
+      {"a sphere onto another", &other_sphere, &sphere, 640, 480, 0.0},
+      {"a fisheye onto a sphere", &sphere, &fisheye, 640, 480, 0.0},
+      {"a sphere onto the base", &base, &sphere, 640, 480, 0.0},
+      {"kind 2 without the class", nullptr, &planar_pretender, 100, 100, 0.0},
+      {"kind 7 without the class", nullptr, &cylindrical_pretender, 100, 100, 0.0},
+  });
+}
+
+// Without a base the image is measured against its frame; the shared area
+// is divided by the base's area, not the image's; containment either way is
+// one and touching is none; a base of the other family counts as none.
+TEST(ComputeOverlap, planar_overlap_is_the_share_of_the_bases_bounds_the_image_covers) {
+  DistortTransform shifted = planar(50, 0, 150, 100), outer = planar(-10, -10, 110, 110),
+                   inner = planar(0, 0, 100, 100), same = planar(0, 0, 100, 100), right = planar(100, 0, 200, 100),
+                   below = planar(0, 100, 100, 200), diagonal = planar(100, 100, 200, 200),
+                   apart = planar(300, 300, 400, 400), band = planar(50, 25, 350, 75);
   CylindricalTransform turned = cylindrical(400.0, 0.3, 0.0);
-  DistortTransform shifted = planar(50, 0, 150, 100);
-  EXPECT_DOUBLE_EQ(0.5, ComputeOverlap(&turned, &shifted, &frame));
-  EXPECT_DOUBLE_EQ(ComputeOverlap(nullptr, &turned, &frame), ComputeOverlap(&shifted, &turned, &frame));
+  expect_overlaps({
+      {"half off the frame", nullptr, &shifted, 100, 100, 0.5},
+      {"inner in outer", &outer, &inner, 100, 100, 1.0},
+      {"outer around inner", &inner, &outer, 100, 100, 1.0},
+      {"the same rectangle", &inner, &same, 100, 100, 1.0},
+      {"covering its whole frame", nullptr, &outer, 100, 100, 1.0},
+      {"touching on the right", &inner, &right, 100, 100, 0.0},
+      {"touching below", &inner, &below, 100, 100, 0.0},
+      {"touching at a corner", &inner, &diagonal, 100, 100, 0.0},
+      {"apart", &inner, &apart, 100, 100, 0.0},
+      {"a band over the square", &inner, &band, 100, 100, 2500.0 / 10000.0},
+      {"the square over a band", &band, &inner, 100, 100, 2500.0 / 15000.0},
+      {"a cylindrical base", &turned, &shifted, 100, 100, 0.5},
+  });
 }
 
+// Without a zoom between them the base does not enter the number: it is
+// what the image's own offset leaves of its frame, and nothing once the
+// offset reaches the width or the height. Containment decides only when one
+// focal length is more than 1.25 times the other; 400 and 500 are exactly
+// 1.25 apart.
 TEST(ComputeOverlap, cylindrical_overlap_is_what_the_images_own_offset_leaves_of_its_frame) {
-  AlignFrame frame = frame_of(640, 480);
-  CylindricalTransform image = cylindrical(800.0, 0.3, -0.2);
-  const double expected = (480.0 - 800.0 * std::sin(0.2)) * (640.0 - 800.0 * std::sin(0.3)) / (480.0 * 640.0);
-  EXPECT_NEAR(expected, ComputeOverlap(nullptr, &image, &frame), 1e-15);
-  // Without a zoom between them, the base does not enter the number.
-  CylindricalTransform base = cylindrical(810.0, -0.5, 0.1);
-  EXPECT_NEAR(expected, ComputeOverlap(&base, &image, &frame), 1e-15);
-}
-
-TEST(ComputeOverlap, cylindrical_offsets_beyond_the_frame_give_zero) {
-  constexpr double pi = std::numbers::pi;
-  AlignFrame frame = frame_of(640, 480);
-  // A quarter turn: the first offset is the focal length itself.
-  CylindricalTransform half_off = cylindrical(320.0, pi / 2, 0.0);
-  EXPECT_EQ(0.5, ComputeOverlap(nullptr, &half_off, &frame));
-  // Exactly the width passes the strict test and the formula gives 0.
-  CylindricalTransform at_width = cylindrical(640.0, pi / 2, 0.0);
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, &at_width, &frame));
-  // Beyond the width or the height the formula would turn negative.
-  CylindricalTransform past_width = cylindrical(700.0, pi / 2, 0.0);
-  CylindricalTransform past_height = cylindrical(600.0, 0.0, 1.2);
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, &past_width, &frame));
-  EXPECT_EQ(0.0, ComputeOverlap(nullptr, &past_height, &frame));
-}
-
-// Containment decides only when one focal length is more than 1.25 times
-// the other; 400 and 500 are exactly 1.25 apart.
-TEST(ComputeOverlap, cylindrical_containment_decides_only_for_a_zoomed_detail) {
-  AlignFrame frame = frame_of(640, 480);
-  const auto offset_share = [](double focal) {
-    return (480.0 - focal * std::sin(0.1)) * (640.0 - focal * std::sin(0.3)) / (480.0 * 640.0);
+  const auto offset_share = [](double focal, double yaw, double elevation) {
+    return (480.0 - focal * std::sin(std::fabs(elevation))) * (640.0 - focal * std::sin(std::fabs(yaw))) /
+           (480.0 * 640.0);
   };
-  CylindricalTransform wide = cylindrical(400.0, 0.3, 0.1);
-  CylindricalTransform detail = cylindrical(501.0, 0.3, 0.1), not_quite = cylindrical(500.0, 0.3, 0.1);
-  EXPECT_EQ(1.0, ComputeOverlap(&wide, &detail, &frame));
-  EXPECT_NEAR(offset_share(500.0), ComputeOverlap(&wide, &not_quite, &frame), 1e-15);
-
-  CylindricalTransform wide_base = cylindrical(400.0, 0.3, 0.1), detail_base = cylindrical(501.0, 0.3, 0.1),
-                       not_quite_base = cylindrical(500.0, 0.3, 0.1);
-  EXPECT_EQ(1.0, ComputeOverlap(&detail_base, &wide_base, &frame));
-  EXPECT_NEAR(offset_share(400.0), ComputeOverlap(&not_quite_base, &wide_base, &frame), 1e-15);
-
-  // A zoomed detail outside the base's bounds is measured by its offset.
-  CylindricalTransform level = cylindrical(400.0, 0.0, 0.0), aside = cylindrical(800.0, 0.6, 0.0);
-  EXPECT_NEAR(640.0 - 800.0 * std::sin(0.6), 640.0 * ComputeOverlap(&level, &aside, &frame), 1e-12);
+  CylindricalTransform image = cylindrical(800.0, 0.3, -0.2), base = cylindrical(810.0, -0.5, 0.1),
+                       half_off = cylindrical(320.0, pi / 2, 0.0), at_width = cylindrical(640.0, pi / 2, 0.0),
+                       past_width = cylindrical(700.0, pi / 2, 0.0), past_height = cylindrical(600.0, 0.0, 1.2),
+                       wide = cylindrical(400.0, 0.3, 0.1), detail = cylindrical(501.0, 0.3, 0.1),
+                       not_quite = cylindrical(500.0, 0.3, 0.1), level = cylindrical(400.0, 0.0, 0.0),
+                       aside = cylindrical(800.0, 0.6, 0.0);
+  DistortTransform shifted = planar(50, 0, 150, 100);
+  expect_overlaps({
+      {"without a base", nullptr, &image, 640, 480, offset_share(800.0, 0.3, -0.2), 1e-15},
+      {"on an unzoomed base", &base, &image, 640, 480, offset_share(800.0, 0.3, -0.2), 1e-15},
+      {"on a planar base", &shifted, &image, 640, 480, offset_share(800.0, 0.3, -0.2), 1e-15},
+      {"a quarter turn of half the width", nullptr, &half_off, 640, 480, 0.5},
+      {"an offset of exactly the width", nullptr, &at_width, 640, 480, 0.0},
+      {"past the width", nullptr, &past_width, 640, 480, 0.0},
+      {"past the height", nullptr, &past_height, 640, 480, 0.0},
+      {"a detail inside a wide base", &wide, &detail, 640, 480, 1.0},
+      {"not quite a detail", &wide, &not_quite, 640, 480, offset_share(500.0, 0.3, 0.1), 1e-15},
+      {"a wide image around a detail base", &detail, &wide, 640, 480, 1.0},
+      {"around a not-quite detail", &not_quite, &wide, 640, 480, offset_share(400.0, 0.3, 0.1), 1e-15},
+      {"a detail outside the base", &level, &aside, 640, 480, (640.0 - 800.0 * std::sin(0.6)) / 640.0, 1e-15},
+  });
 }
 
 }  // namespace

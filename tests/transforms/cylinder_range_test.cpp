@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -17,6 +18,9 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 constexpr double unbounded = std::numeric_limits<double>::max();
+constexpr double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
+constexpr double focal[2] = {500.0, 500.0};
+constexpr double off_centre[2] = {300.0, 260.0};
 
 TEST(CylinderPoint, the_optical_axis_lies_at_the_cameras_yaw_and_elevation) {
   const double focal[2] = {800.0, 820.0};
@@ -64,15 +68,12 @@ constexpr camera_case cases[] = {
 };
 
 TEST(CylinderRange, matches_a_dense_walk_along_the_border) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
-  const double centre[2] = {300.0, 260.0};
   for (const camera_case& camera : cases) {
     SCOPED_TRACE(camera.name);
     const rotation_matrix R = camera_rotation(camera.yaw, camera.elevation, camera.roll);
-    const CylinderRange range(rectangle, R.data(), focal, centre, -unbounded, unbounded);
+    const CylinderRange range(rectangle, R.data(), focal, off_centre, -unbounded, unbounded);
     const cylinder_extremes walked = walk_cylinder_border(
-        rectangle, [&](double x, double y) { return CylinderPoint(R.data(), focal, centre, x, y); });
+        rectangle, [&](double x, double y) { return CylinderPoint(R.data(), focal, off_centre, x, y); });
     ASSERT_TRUE(range.valid);
     EXPECT_NEAR(walked.phase_min, range.phase_min, 1e-9);
     EXPECT_NEAR(walked.phase_max, range.phase_max, 1e-9);
@@ -82,7 +83,7 @@ TEST(CylinderRange, matches_a_dense_walk_along_the_border) {
 
     double corner_min = unbounded, corner_max = -unbounded;
     for (const auto& [x, y] : {std::pair{0.0, 0.0}, {640.0, 0.0}, {640.0, 480.0}, {0.0, 480.0}}) {
-      const double height = CylinderPoint(R.data(), focal, centre, x, y).height;
+      const double height = CylinderPoint(R.data(), focal, off_centre, x, y).height;
       corner_min = std::min(corner_min, height);
       corner_max = std::max(corner_max, height);
     }
@@ -92,8 +93,6 @@ TEST(CylinderRange, matches_a_dense_walk_along_the_border) {
 }
 
 TEST(CylinderRange, a_range_across_the_seam_leaves_the_interval_of_atan2) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
   const double centre[2] = {320.0, 240.0};
   const rotation_matrix R = camera_rotation(pi, 0.0, 0.0);
   const CylinderRange range(rectangle, R.data(), focal, centre, -unbounded, unbounded);
@@ -104,13 +103,10 @@ TEST(CylinderRange, a_range_across_the_seam_leaves_the_interval_of_atan2) {
 }
 
 TEST(CylinderRange, the_first_corner_is_moved_by_whole_turns_into_the_window) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
-  const double centre[2] = {300.0, 260.0};
   const rotation_matrix R = camera_rotation(0.2, 0.1, 0.0);
-  const CylinderRange free(rectangle, R.data(), focal, centre, -unbounded, unbounded);
-  const CylinderRange above(rectangle, R.data(), focal, centre, 1.0, 1.0 + 2 * pi);
-  const CylinderRange below(rectangle, R.data(), focal, centre, -10.0, -10.0 + 2 * pi);
+  const CylinderRange free(rectangle, R.data(), focal, off_centre, -unbounded, unbounded);
+  const CylinderRange above(rectangle, R.data(), focal, off_centre, 1.0, 1.0 + 2 * pi);
+  const CylinderRange below(rectangle, R.data(), focal, off_centre, -10.0, -10.0 + 2 * pi);
   EXPECT_NEAR(free.phase_min + 2 * pi, above.phase_min, 1e-12);
   EXPECT_NEAR(free.phase_max + 2 * pi, above.phase_max, 1e-12);
   EXPECT_NEAR(free.phase_min - 2 * pi, below.phase_min, 1e-12);
@@ -119,56 +115,46 @@ TEST(CylinderRange, the_first_corner_is_moved_by_whole_turns_into_the_window) {
   EXPECT_EQ(free.height_max, below.height_max);
 }
 
-TEST(CylinderRange, a_camera_that_sees_a_pole_has_no_range) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
-  const double centre[2] = {320.0, 240.0};
-  for (const double elevation : {-pi / 2, pi / 2, -1.2}) {
-    const rotation_matrix up = camera_rotation(0.3, elevation, 0.1);
-    const CylinderRange range(rectangle, up.data(), focal, centre, -unbounded, unbounded);
-    EXPECT_FALSE(range.valid) << elevation;
-    EXPECT_EQ(0.0, range.phase_min);
-    EXPECT_EQ(0.0, range.height_min);
-    EXPECT_EQ(0.0, range.phase_max);
-    EXPECT_EQ(0.0, range.height_max);
-  }
-  // Tilted less, the pole stays out of view.
-  const rotation_matrix steep = camera_rotation(0.3, -0.9, 0.1);
-  EXPECT_TRUE(CylinderRange(rectangle, steep.data(), focal, centre, -unbounded, unbounded).valid);
-}
-
 // Looking straight along the axis puts the pole at the centre; the margin
-// around 640 x 480 is 64 pixels, and its edge counts as inside.
-TEST(CylinderRange, the_pole_test_includes_the_margins_edge) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
+// around the rectangle is a tenth of its longer side (64 pixels around
+// 640 x 480) and its edge counts as inside. The test needs the axis to lean
+// towards the image plane by more than 1e-6; below that the range is taken
+// whatever the other entries say. A range that is not valid is all zeros.
+TEST(CylinderRange, a_camera_that_sees_a_pole_or_its_margin_has_no_range) {
   const rotation_matrix along_axis = {1, 0, 0, 0, 0, 1, 0, -1, 0};
-  const double on_edges[][2] = {{704.0, 240.0}, {-64.0, 240.0}, {320.0, 544.0}, {320.0, -64.0}};
-  const double past_edges[][2] = {{704.0001, 240.0}, {-64.0001, 240.0}, {320.0, 544.0001}, {320.0, -64.0001}};
-  for (const auto& centre : on_edges)
-    EXPECT_FALSE(CylinderRange(rectangle, along_axis.data(), focal, centre, -unbounded, unbounded).valid)
-        << centre[0] << ", " << centre[1];
-  for (const auto& centre : past_edges)
-    EXPECT_TRUE(CylinderRange(rectangle, along_axis.data(), focal, centre, -unbounded, unbounded).valid)
-        << centre[0] << ", " << centre[1];
-
-  // A larger rectangle widens the margin to a tenth of its longer side.
   const double wide[4] = {0.0, 0.0, 1000.0, 480.0};
-  const double past_wide[2] = {1100.0, 240.0}, beyond_wide[2] = {1100.5, 240.0};
-  EXPECT_FALSE(CylinderRange(wide, along_axis.data(), focal, past_wide, -unbounded, unbounded).valid);
-  EXPECT_TRUE(CylinderRange(wide, along_axis.data(), focal, beyond_wide, -unbounded, unbounded).valid);
-}
-
-// The pole test needs the axis to lean towards the image plane by more than
-// 1e-6; below that the range is taken whatever the other entries say.
-TEST(CylinderRange, an_axis_within_1e_6_of_the_image_plane_skips_the_pole_test) {
-  const double rectangle[4] = {0.0, 0.0, 640.0, 480.0};
-  const double focal[2] = {500.0, 500.0};
-  const double centre[2] = {320.0, 240.0};
-  const rotation_matrix at_limit = {1, 0, 0, 0, 0, 1e-6, 0, -1, 0};
-  const rotation_matrix past_limit = {1, 0, 0, 0, 0, 1.0000001e-6, 0, -1, 0};
-  EXPECT_TRUE(CylinderRange(rectangle, at_limit.data(), focal, centre, -unbounded, unbounded).valid);
-  EXPECT_FALSE(CylinderRange(rectangle, past_limit.data(), focal, centre, -unbounded, unbounded).valid);
+  struct pole_case {
+    const char* name;
+    rotation_matrix R;
+    double centre_x, centre_y;
+    const double* rectangle;
+    bool valid;
+  };
+  const pole_case cases[] = {
+      {"looking up", camera_rotation(0.3, -pi / 2, 0.1), 320.0, 240.0, rectangle, false},
+      {"looking down", camera_rotation(0.3, pi / 2, 0.1), 320.0, 240.0, rectangle, false},
+      {"tilted up by 1.2", camera_rotation(0.3, -1.2, 0.1), 320.0, 240.0, rectangle, false},
+      {"tilted up by 0.9", camera_rotation(0.3, -0.9, 0.1), 320.0, 240.0, rectangle, true},
+      {"right margin", along_axis, 704.0, 240.0, rectangle, false},
+      {"left margin", along_axis, -64.0, 240.0, rectangle, false},
+      {"bottom margin", along_axis, 320.0, 544.0, rectangle, false},
+      {"top margin", along_axis, 320.0, -64.0, rectangle, false},
+      {"past the right margin", along_axis, 704.0001, 240.0, rectangle, true},
+      {"past the left margin", along_axis, -64.0001, 240.0, rectangle, true},
+      {"past the bottom margin", along_axis, 320.0, 544.0001, rectangle, true},
+      {"past the top margin", along_axis, 320.0, -64.0001, rectangle, true},
+      {"a wide rectangle's margin", along_axis, 1100.0, 240.0, wide, false},
+      {"past a wide rectangle's margin", along_axis, 1100.5, 240.0, wide, true},
+      {"axis 1e-6 from the plane", {1, 0, 0, 0, 0, 1e-6, 0, -1, 0}, 320.0, 240.0, rectangle, true},
+      {"axis past 1e-6", {1, 0, 0, 0, 0, 1.0000001e-6, 0, -1, 0}, 320.0, 240.0, rectangle, false},
+  };
+  for (const pole_case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const double centre[2] = {c.centre_x, c.centre_y};
+    const CylinderRange range(c.rectangle, c.R.data(), focal, centre, -unbounded, unbounded);
+    EXPECT_EQ(c.valid, range.valid);
+    if (!c.valid) EXPECT_EQ((std::array{0.0, 0.0, 0.0, 0.0}), (std::array{range.phase_min, range.height_min, range.phase_max, range.height_max}));
+  }
 }
 
 }  // namespace
