@@ -89,27 +89,23 @@ TEST(EstimateLeastSquares, similarity_scale_is_measured_against_first_with_its_s
   EXPECT_NEAR(std::cos(0.6), similarity.parameters[3], 1e-12);
 }
 
-TEST(EstimateLeastSquares, refuses_too_few_marks_for_each_kind) {
+TEST(EstimateLeastSquares, refuses_too_few_marks_for_each_kind_and_scale_rotation_and_unknown_kinds_without_throwing) {
   const auto set = mapped(true_projective, scattered_points(6, 640, 480, 6));
-  const int needed[] = {1, 2, 2, 3, 4};
-  int k = 0;
-  for (const auto kind : {homography_translation, homography_rigid, homography_similarity, homography_affine,
-                          homography_projective}) {
-    bit_mask mask(6);
-    for (int i = 0; i < needed[k] - 1; ++i) mask.set(static_cast<std::size_t>(i), true);
-    h_matrix_2d h(kind);
-    EXPECT_FALSE(fit(set, mask, h)) << kind;
-    mask.set(static_cast<std::size_t>(needed[k] - 1), true);
-    EXPECT_TRUE(fit(set, mask, h)) << kind;
-    ++k;
-  }
-}
-
-TEST(EstimateLeastSquares, refuses_scale_rotation_and_unknown_kinds_without_throwing) {
-  const auto set = mapped(true_projective, scattered_points(6, 640, 480, 6));
-  for (const auto kind : {homography_scale, homography_rotation, HomographyType{0}, HomographyType{8}}) {
-    h_matrix_2d h(kind);
-    EXPECT_FALSE(fit(set, all_marked(6), h)) << kind;
+  const struct {
+    HomographyType kind;
+    std::size_t needed;  // 0: refused even with every mark
+  } cases[] = {{homography_translation, 1}, {homography_rigid, 2}, {homography_similarity, 2}, {homography_affine, 3},
+               {homography_projective, 4}, {homography_scale, 0},    {homography_rotation, 0},   {HomographyType{0}, 0},
+               {HomographyType{8}, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.kind);
+    h_matrix_2d h(c.kind);
+    bit_mask mask = c.needed == 0 ? all_marked(6) : bit_mask(6);
+    for (std::size_t i = 0; i + 1 < c.needed; ++i) mask.set(i, true);
+    EXPECT_FALSE(fit(set, mask, h));
+    if (c.needed == 0) continue;
+    mask.set(c.needed - 1, true);
+    EXPECT_TRUE(fit(set, mask, h));
   }
 }
 

@@ -27,6 +27,19 @@ void expect_parameters(const h_matrix_2d& expected, const h_matrix_2d& actual, d
   }
 }
 
+// Two correspondences whose points in `first` coincide.
+correspondence_set same_first_point() {
+  correspondence_set same;
+  same.add({7, 7}, {1, 2});
+  same.add({7, 7}, {3, 6});
+  return same;
+}
+
+correspondence_set pairs_of(const std::vector<point>& first, const std::vector<point>& second) {
+  correspondence_set set;
+  for (std::size_t i = 0; i < first.size(); ++i) set.add(first[i], second[i]);
+  return set;
+}
 
 TEST(EstimateMinimal, one_point_solves_translation_only) {
   const auto set = mapped(motion_of(homography_translation, {3.5, -2.25}), {{10, 20}});
@@ -50,9 +63,7 @@ TEST(EstimateMinimal, rigid_is_exact_and_identical_first_points_give_angle_zero)
 
   // atan2(0, 0): no turn, and the shift carries the midpoint of `second`
   // onto the repeated point.
-  correspondence_set same;
-  same.add({7, 7}, {1, 2});
-  same.add({7, 7}, {3, 6});
+  const correspondence_set same = same_first_point();
   ASSERT_TRUE(estimate_minimal(same.first(), same.second(), rigid));
   EXPECT_EQ(0.0, rigid.parameters[2]);
   EXPECT_EQ(5.0, rigid.parameters[0]);
@@ -77,14 +88,6 @@ TEST(EstimateMinimal, similarity_measures_its_scale_against_the_first_list) {
   expect_parameters(turned, similarity, 1e-12);
 }
 
-TEST(EstimateMinimal, similarity_refuses_identical_first_points) {
-  correspondence_set same;
-  same.add({7, 7}, {1, 2});
-  same.add({7, 7}, {3, 6});
-  h_matrix_2d similarity(homography_similarity);
-  EXPECT_FALSE(estimate_minimal(same.first(), same.second(), similarity));
-}
-
 TEST(EstimateMinimal, affine_is_exact_where_its_second_row_reads_equal_values_from_both_lists) {
   // The images of points 1 and 2 keep their y, so the y differences the
   // second row reads from `second` equal those of `first`.
@@ -106,15 +109,6 @@ TEST(EstimateMinimal, affine_second_row_mixes_the_lists) {
   expect_parameters(motion_of(homography_affine, {0, 0, 1, 0, 5, 1}), affine, 0.0);
 }
 
-TEST(EstimateMinimal, affine_refuses_collinear_second_points) {
-  correspondence_set set;
-  set.add({0, 0}, {0, 0});
-  set.add({5, 1}, {1, 2});
-  set.add({3, 8}, {2, 4});
-  h_matrix_2d affine(homography_affine);
-  EXPECT_FALSE(estimate_minimal(set.first(), set.second(), affine));
-}
-
 TEST(EstimateMinimal, projective_is_exact_on_four_points_and_on_longer_lists) {
   const auto four = mapped(true_projective, {{0, 0}, {640, 0}, {640, 480}, {0, 480}});
   h_matrix_2d h(homography_projective);
@@ -128,23 +122,27 @@ TEST(EstimateMinimal, projective_is_exact_on_four_points_and_on_longer_lists) {
   EXPECT_LT(test_support::largest_gap(true_projective, h, over_the_frame), 1e-8);
 }
 
-TEST(EstimateMinimal, projective_refuses_collinear_first_three_points_in_either_list_only) {
+TEST(EstimateMinimal, refuses_degenerate_samples_and_tests_only_the_first_three_projective_points) {
   const std::vector<point> general = {{0, 0}, {640, 0}, {640, 480}, {0, 480}};
   const std::vector<point> first_three_on_a_line = {{0, 0}, {100, 50}, {300, 150}, {0, 480}};
-  const std::vector<point> last_three_on_a_line = {{0, 480}, {0, 0}, {100, 50}, {300, 150}};
-  h_matrix_2d h(homography_projective);
-
-  const auto in_second = mapped(true_projective, first_three_on_a_line);
-  EXPECT_FALSE(estimate_minimal(in_second.first(), in_second.second(), h));
-
-  // The same points as `first`, with `second` in general position.
-  correspondence_set in_first;
-  for (int i = 0; i < 4; ++i) in_first.add(first_three_on_a_line[i], general[i]);
-  EXPECT_FALSE(estimate_minimal(in_first.first(), in_first.second(), h));
-
-  // Only points 0, 1 and 2 are tested.
-  const auto untested = mapped(true_projective, last_three_on_a_line);
-  EXPECT_TRUE(estimate_minimal(untested.first(), untested.second(), h));
+  const struct {
+    const char* what;
+    HomographyType kind;
+    correspondence_set set;
+    bool solved;
+  } cases[] = {
+      {"similarity, identical first points", homography_similarity, same_first_point(), false},
+      {"affine, collinear second points", homography_affine, pairs_of({{0, 0}, {5, 1}, {3, 8}}, {{0, 0}, {1, 2}, {2, 4}}),
+       false},
+      {"projective, collinear in second", homography_projective, mapped(true_projective, first_three_on_a_line), false},
+      {"projective, collinear in first", homography_projective, pairs_of(first_three_on_a_line, general), false},
+      {"projective, only the last three collinear", homography_projective,
+       mapped(true_projective, {{0, 480}, {0, 0}, {100, 50}, {300, 150}}), true},
+  };
+  for (const auto& c : cases) {
+    h_matrix_2d h(c.kind);
+    EXPECT_EQ(c.solved, estimate_minimal(c.set.first(), c.set.second(), h)) << c.what;
+  }
 }
 
 TEST(EstimateMinimal, allocates_nothing_for_any_kind) {

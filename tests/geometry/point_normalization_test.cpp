@@ -35,45 +35,39 @@ TEST(NormalizerAll, centres_the_points_and_brings_their_mean_distance_to_sqrt_2)
   EXPECT_NEAR(std::sqrt(2.0), mean_distance_after(points, cx, cy, scale), 1e-14);
 }
 
-TEST(NormalizerAll, refuses_a_set_without_spread_and_leaves_the_summed_distance_as_scale) {
-  const std::vector<point> same = {{3, 4}, {3, 4}, {3, 4}};
-  double cx, cy, scale = 5.0;
-  EXPECT_FALSE(normalizer_all(pointers(same), cx, cy, scale));
-  EXPECT_EQ(3.0, cx);
-  EXPECT_EQ(4.0, cy);
-  EXPECT_EQ(0.0, scale);
-
-  const std::vector<point> close = {{0, 0}, {1e-9, 0}};
-  EXPECT_FALSE(normalizer_all(pointers(close), cx, cy, scale));
-  EXPECT_DOUBLE_EQ(1e-9, scale);
-}
-
-TEST(NormalizerAll, writes_nothing_for_an_empty_set) {
-  double cx = 7.0, cy = 8.0, scale = 9.0;
-  EXPECT_FALSE(normalizer_all(point_list{}, cx, cy, scale));
-  EXPECT_EQ(7.0, cx);
-  EXPECT_EQ(8.0, cy);
-  EXPECT_EQ(9.0, scale);
-}
-
-TEST(NormalizerMasked, reads_only_the_marked_points) {
-  const std::vector<point> points = {{0, 0}, {500, -300}, {2, 0}, {2, 2}, {0, 2}};
-  bit_mask mask = test_support::all_marked(5);
-  mask.set(1, false);
-  double cx, cy, scale;
-  ASSERT_TRUE(normalizer_masked(pointers(points), mask, cx, cy, scale));
-  EXPECT_EQ(1.0, cx);
-  EXPECT_EQ(1.0, cy);
-  EXPECT_DOUBLE_EQ(1.0, scale);
-}
-
-TEST(NormalizerMasked, sets_centre_and_scale_to_zero_for_an_empty_selection) {
-  const std::vector<point> points = {{1, 2}, {3, 4}};
-  double cx = 7.0, cy = 8.0, scale = 9.0;
-  EXPECT_FALSE(normalizer_masked(pointers(points), bit_mask(2), cx, cy, scale));
-  EXPECT_EQ(0.0, cx);
-  EXPECT_EQ(0.0, cy);
-  EXPECT_EQ(0.0, scale);
+TEST(PointNormalization, each_form_refuses_sets_without_spread_or_points_its_own_way_and_reads_only_marks) {
+  // The whole form leaves the summed distance as scale and an empty set
+  // untouched; the masked form reads the marked points alone, and sets
+  // centre and scale to 0 for an empty selection.
+  const struct {
+    const char* what;
+    std::vector<point> points;
+    const char* marks;  // nullptr: normalizer_all
+    bool normalised;
+    double cx, cy, scale;
+    bool exact_scale;
+  } cases[] = {
+      {"all equal", {{3, 4}, {3, 4}, {3, 4}}, nullptr, false, 3.0, 4.0, 0.0, true},
+      {"too close", {{0, 0}, {1e-9, 0}}, nullptr, false, 5e-10, 0.0, 1e-9, false},
+      {"empty", {}, nullptr, false, 7.0, 8.0, 9.0, true},
+      {"empty selection", {{1, 2}, {3, 4}}, "00", false, 0.0, 0.0, 0.0, true},
+      {"an unmarked point far off", {{0, 0}, {500, -300}, {2, 0}, {2, 2}, {0, 2}}, "10111", true, 1.0, 1.0, 1.0, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    double cx = 7.0, cy = 8.0, scale = 9.0;
+    bit_mask mask(c.points.size());
+    for (std::size_t i = 0; c.marks && i < c.points.size(); ++i) mask.set(i, c.marks[i] == '1');
+    EXPECT_EQ(c.normalised, c.marks ? normalizer_masked(pointers(c.points), mask, cx, cy, scale)
+                                    : normalizer_all(pointers(c.points), cx, cy, scale));
+    EXPECT_EQ(c.cx, cx);
+    EXPECT_EQ(c.cy, cy);
+    if (c.exact_scale) {
+      EXPECT_EQ(c.scale, scale);
+    } else {
+      EXPECT_DOUBLE_EQ(c.scale, scale);
+    }
+  }
 }
 
 TEST(DenormalizeProjective, turns_a_matrix_between_normalised_points_into_one_between_the_points) {

@@ -99,38 +99,31 @@ TEST(TransferResiduals, give_the_threshold_everywhere_for_a_motion_without_inver
   }
 }
 
-TEST(RobustEstimate, tries_every_subset_when_there_are_at_most_max_iterations) {
+TEST(RobustEstimate, tries_every_subset_up_to_max_iterations_and_draws_random_samples_above) {
   // 13 choose 4 = 715: exhaustive, without a single rand() call; with a
   // limit of 714 the same data goes to the random mode, which shuffles all
-  // 13 indices (12 calls) and stops at the first, perfect, sample.
-  const auto set = mapped(true_projective, scattered_points(13, 640, 480, 2));
-  bit_mask mask;
-  h_matrix_2d h(homography_projective);
-  std::srand(21);
-  EXPECT_TRUE(estimate(options_with(2.0), set, mask, h));
-  const int after_exhaustive = std::rand();
-  EXPECT_EQ(rand_after(21, 0), after_exhaustive);
-  EXPECT_EQ(13u, mask.count());
-
-  robust_options fewer = options_with(2.0);
-  fewer.max_iterations = 714;
-  std::srand(21);
-  EXPECT_TRUE(estimate(fewer, set, mask, h));
-  const int after_random = std::rand();
-  EXPECT_EQ(rand_after(21, 12), after_random);
-}
-
-TEST(RobustEstimate, draws_random_samples_above_max_iterations) {
-  // 25 choose 4 = 12650 > 1500.
-  const auto set = mapped(true_projective, scattered_points(25, 640, 480, 3));
-  bit_mask mask;
-  h_matrix_2d h(homography_projective);
-  std::srand(22);
-  EXPECT_TRUE(estimate(options_with(2.0), set, mask, h));
-  const int next = std::rand();
-  EXPECT_EQ(rand_after(22, 24), next);
-  EXPECT_EQ(25u, mask.count());
-  EXPECT_EQ(homography_projective, h.type);
+  // 13 indices (12 calls) and stops at the first, perfect, sample; so does
+  // it for 25 choose 4 = 12650 above the default limit of 1500.
+  const struct {
+    std::size_t n;
+    unsigned points_seed;
+    uint64_t max_iterations;
+    std::size_t rand_calls;
+  } cases[] = {{13, 2, 1500, 0}, {13, 2, 714, 12}, {25, 3, 1500, 24}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.n << " correspondences, at most " << c.max_iterations << " samples");
+    const auto set = mapped(true_projective, scattered_points(c.n, 640, 480, c.points_seed));
+    robust_options options = options_with(2.0);
+    options.max_iterations = c.max_iterations;
+    bit_mask mask;
+    h_matrix_2d h(homography_projective);
+    std::srand(21);
+    EXPECT_TRUE(estimate(options, set, mask, h));
+    const int next = std::rand();
+    EXPECT_EQ(rand_after(21, c.rand_calls), next);
+    EXPECT_EQ(c.n, mask.count());
+    EXPECT_EQ(homography_projective, h.type);
+  }
 }
 
 TEST(RobustEstimate, with_as_many_correspondences_as_the_sample_tries_the_one_subset) {

@@ -12,7 +12,6 @@ namespace {
 
 using test_support::random_matrix;
 
-
 // A B^t + n I: symmetric and, with n large enough, positive definite.
 template <class T>
 dense_matrix<T> symmetric(uint64_t n, unsigned seed, double shift) {
@@ -61,20 +60,18 @@ TYPED_TEST(LinearSolve, square_solves_satisfy_their_systems_for_vector_and_matri
   for (uint64_t i = 0; i < n; ++i) bv[i] = b(i, 0);
   const dense_matrix<T> general_before = general;
 
-  dense_vector<T> x(n);
-  dense_matrix<T> xm(n, 3);
-  ASSERT_TRUE(solve_general(general, bv, x));
-  EXPECT_LT(residual(general, x.data, bv.data, 1), TestFixture::tolerance);
-  ASSERT_TRUE(solve_general(general, b, xm));
-  EXPECT_LT(residual(general, xm.data, b.data, 3), TestFixture::tolerance);
-  ASSERT_TRUE(solve_symmetric(indefinite, bv, x));
-  EXPECT_LT(residual(indefinite, x.data, bv.data, 1), TestFixture::tolerance);
-  ASSERT_TRUE(solve_symmetric(indefinite, b, xm));
-  EXPECT_LT(residual(indefinite, xm.data, b.data, 3), TestFixture::tolerance);
-  ASSERT_TRUE(solve_positive_definite(spd, bv, x));
-  EXPECT_LT(residual(spd, x.data, bv.data, 1), TestFixture::tolerance);
-  ASSERT_TRUE(solve_positive_definite(spd, b, xm));
-  EXPECT_LT(residual(spd, xm.data, b.data, 3), TestFixture::tolerance);
+  // Each solver with a vector and with a matrix of three right-hand sides.
+  const auto expect_solves = [&](const dense_matrix<T>& a, auto solve) {
+    dense_vector<T> x(n);
+    dense_matrix<T> xm(n, 3);
+    ASSERT_TRUE(solve(a, bv, x));
+    EXPECT_LT(residual(a, x.data, bv.data, 1), TestFixture::tolerance);
+    ASSERT_TRUE(solve(a, b, xm));
+    EXPECT_LT(residual(a, xm.data, b.data, 3), TestFixture::tolerance);
+  };
+  expect_solves(general, [](const auto& a, const auto& rhs, auto& x) { return solve_general(a, rhs, x); });
+  expect_solves(indefinite, [](const auto& a, const auto& rhs, auto& x) { return solve_symmetric(a, rhs, x); });
+  expect_solves(spd, [](const auto& a, const auto& rhs, auto& x) { return solve_positive_definite(a, rhs, x); });
   EXPECT_EQ(std::vector<T>(general_before.data, general_before.data + n * n), std::vector<T>(general.data, general.data + n * n));
 }
 
@@ -98,11 +95,8 @@ TYPED_TEST(LinearSolve, least_squares_solutions_leave_residuals_orthogonal_to_th
   using T = TypeParam;
   const dense_matrix<T> a = random_matrix<T>(12, 4, 6);
   const dense_matrix<T> bm = random_matrix<T>(12, 1, 7);
-  const dense_vector<T> b = [&] {
-    dense_vector<T> v(12);
-    std::copy_n(bm.data, 12, v.data);
-    return v;
-  }();
+  dense_vector<T> b(12);
+  std::copy_n(bm.data, 12, b.data);
   int rank = 0;
   T singular_values[4];
   for (int road = 0; road < 3; ++road) {
@@ -138,8 +132,7 @@ TYPED_TEST(LinearSolve, the_minimum_norm_roads_report_the_rank_of_a_deficient_sy
   dense_vector<T> x(3);
   ASSERT_TRUE(solve_minimum_norm(a, b, x, T(-1), rank));
   EXPECT_EQ(1, rank);
-  EXPECT_NEAR(1.0, x[0], TestFixture::tolerance);
-  EXPECT_NEAR(1.0, x[1], TestFixture::tolerance);
+  for (uint64_t i = 0; i < 2; ++i) EXPECT_NEAR(1.0, x[i], TestFixture::tolerance);
   // Pivoted QR with rcond -1 keeps every column it can: it only has to solve.
   ASSERT_TRUE(solve_minimum_norm_pivoted(a, b, x, rank));
   EXPECT_NEAR(2.0, x[0] + x[1], TestFixture::tolerance);

@@ -79,18 +79,4 @@ TEST(MinimumNormFactor, every_side_gets_the_bits_of_dgelss) {
   }
 }
 
-TEST(MinimumNormFactor, the_rank_counts_the_singular_values_above_the_threshold) {
-  // Two equal rows and columns: rank 1 of 2.
-  dense_matrix<double> a(2, 2);
-  a(0, 0) = a(0, 1) = a(1, 0) = a(1, 1) = 2.0;
-  minimum_norm_factor factor;
-  ASSERT_TRUE(factor.factor(a.data, 2));
-  EXPECT_EQ(1, factor.rank());
-  const double b[2] = {4.0, 4.0};
-  double x[2];
-  ASSERT_TRUE(factor.solve(b, x));
-  EXPECT_NEAR(1.0, x[0], 1e-14);
-  EXPECT_NEAR(1.0, x[1], 1e-14);
-}
-
 }  // namespace

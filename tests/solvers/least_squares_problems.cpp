@@ -1,6 +1,32 @@
 #include "least_squares_problems.h"
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "solvers/minpack.h"
+
 namespace test_support {
+
+void rows_of(double* j, std::initializer_list<double> entries) { std::copy(entries.begin(), entries.end(), j); }
+
+lm_control minpack_test_control(uint64_t maxfev) {
+  lm_control control;
+  control.xtol = 1.49012e-8;  // the square root of machine precision
+  control.ftol = 1.49012e-8;
+  control.gtol = 0.0;
+  control.maxfev = maxfev;
+  return control;
+}
+
+void expect_published_norm(const least_squares_problem& problem, const double* f) {
+  const double norm = minpack::enorm(problem.m, f);
+  if (problem.final_norm == 0.0) {
+    EXPECT_LT(norm, 1e-8) << problem.name;
+  } else {
+    EXPECT_NEAR(problem.final_norm, norm, 1e-6 * problem.final_norm) << problem.name;
+  }
+}
 
 std::vector<least_squares_problem> published_problems() {
   std::vector<least_squares_problem> problems;
@@ -10,12 +36,7 @@ std::vector<least_squares_problem> published_problems() {
                         f[0] = 10.0 * (x[1] - x[0] * x[0]);
                         f[1] = 1.0 - x[0];
                       },
-                      [](const double* x, double* j) {
-                        j[0] = -20.0 * x[0];
-                        j[1] = 10.0;
-                        j[2] = -1.0;
-                        j[3] = 0.0;
-                      }});
+                      [](const double* x, double* j) { rows_of(j, {-20.0 * x[0], 10.0, -1.0, 0.0}); }});
 
   problems.push_back({"Powell singular", 4, 4, {3.0, -1.0, 0.0, 1.0}, 0.0,
                       [](const double* x, double* f) {
@@ -26,10 +47,8 @@ std::vector<least_squares_problem> published_problems() {
                       },
                       [](const double* x, double* j) {
                         const double a = x[1] - 2.0 * x[2], b = x[0] - x[3];
-                        const double rows[16] = {1, 10, 0, 0, 0, 0, std::sqrt(5.0), -std::sqrt(5.0),
-                                                 0, 2 * a, -4 * a, 0, 2 * std::sqrt(10.0) * b, 0, 0,
-                                                 -2 * std::sqrt(10.0) * b};
-                        std::copy(rows, rows + 16, j);
+                        rows_of(j, {1, 10, 0, 0, 0, 0, std::sqrt(5.0), -std::sqrt(5.0), 0, 2 * a, -4 * a, 0,
+                                    2 * std::sqrt(10.0) * b, 0, 0, -2 * std::sqrt(10.0) * b});
                       }});
 
   problems.push_back({"Freudenstein-Roth", 2, 2, {0.5, -2.0}, 0.6998875e+01,
@@ -38,10 +57,7 @@ std::vector<least_squares_problem> published_problems() {
                         f[1] = -29.0 + x[0] + ((x[1] + 1.0) * x[1] - 14.0) * x[1];
                       },
                       [](const double* x, double* j) {
-                        j[0] = 1.0;
-                        j[1] = x[1] * (10.0 - 3.0 * x[1]) - 2.0;
-                        j[2] = 1.0;
-                        j[3] = x[1] * (2.0 + 3.0 * x[1]) - 14.0;
+                        rows_of(j, {1.0, x[1] * (10.0 - 3.0 * x[1]) - 2.0, 1.0, x[1] * (2.0 + 3.0 * x[1]) - 14.0});
                       }});
 
   static const double bard_y[15] = {0.14, 0.18, 0.22, 0.25, 0.29, 0.32, 0.35, 0.39,
@@ -56,9 +72,7 @@ std::vector<least_squares_problem> published_problems() {
                       [](const double* x, double* j) {
                         for (int i = 0; i < 15; ++i) {
                           const double u = i + 1, v = 15 - i, w = std::min(u, v), d = v * x[1] + w * x[2];
-                          j[3 * i] = -1.0;
-                          j[3 * i + 1] = u * v / (d * d);
-                          j[3 * i + 2] = u * w / (d * d);
+                          rows_of(j + 3 * i, {-1.0, u * v / (d * d), u * w / (d * d)});
                         }
                       }});
 
@@ -75,10 +89,8 @@ std::vector<least_squares_problem> published_problems() {
                       [](const double* x, double* j) {
                         for (int i = 0; i < 11; ++i) {
                           const double u = kowalik_u[i], num = u * u + u * x[1], den = u * u + u * x[2] + x[3];
-                          j[4 * i] = -num / den;
-                          j[4 * i + 1] = -x[0] * u / den;
-                          j[4 * i + 2] = x[0] * num * u / (den * den);
-                          j[4 * i + 3] = x[0] * num / (den * den);
+                          rows_of(j + 4 * i, {-num / den, -x[0] * u / den, x[0] * num * u / (den * den),
+                                              x[0] * num / (den * den)});
                         }
                       }});
 
@@ -94,10 +106,7 @@ std::vector<least_squares_problem> published_problems() {
                         for (int i = 0; i < 20; ++i) {
                           const double t = (i + 1) / 5.0;
                           const double a = x[0] + t * x[1] - std::exp(t), b = x[2] + x[3] * std::sin(t) - std::cos(t);
-                          j[4 * i] = 2 * a;
-                          j[4 * i + 1] = 2 * a * t;
-                          j[4 * i + 2] = 2 * b;
-                          j[4 * i + 3] = 2 * b * std::sin(t);
+                          rows_of(j + 4 * i, {2 * a, 2 * a * t, 2 * b, 2 * b * std::sin(t)});
                         }
                       }});
 
@@ -114,11 +123,7 @@ std::vector<least_squares_problem> published_problems() {
                       [](const double* x, double* j) {
                         for (int i = 0; i < 33; ++i) {
                           const double t = 10.0 * i, e3 = std::exp(-t * x[3]), e4 = std::exp(-t * x[4]);
-                          j[5 * i] = -1.0;
-                          j[5 * i + 1] = -e3;
-                          j[5 * i + 2] = -e4;
-                          j[5 * i + 3] = t * x[1] * e3;
-                          j[5 * i + 4] = t * x[2] * e4;
+                          rows_of(j + 5 * i, {-1.0, -e3, -e4, t * x[1] * e3, t * x[2] * e4});
                         }
                       }});
   return problems;

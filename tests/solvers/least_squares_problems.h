@@ -6,8 +6,11 @@
 
 #include <cmath>
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
+
+#include "solvers/lm_control.h"
 
 namespace test_support {
 
@@ -21,6 +24,15 @@ struct least_squares_problem {
 };
 
 std::vector<least_squares_problem> published_problems();
+
+// MINPACK's settings for these problems.
+lm_control minpack_test_control(uint64_t maxfev = 10000);
+
+// The residual norm reached is the published one (below 1e-8 where that is 0).
+void expect_published_norm(const least_squares_problem& problem, const double* f);
+
+// Writes a Jacobian's entries (or one row of them) in row-major order.
+void rows_of(double* j, std::initializer_list<double> entries);
 
 // A model of the dense solver for a problem.
 struct problem_model {
