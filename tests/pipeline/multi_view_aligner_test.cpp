@@ -22,9 +22,6 @@ TEST(MultiViewAligner, thresholds_follow_the_refinement_distortion_and_type_opti
   EXPECT_EQ(2.0, plain.spherical_extent_limit);
   EXPECT_EQ(0.8, plain.max_lens_parameter_a);
   EXPECT_EQ(1.5, plain.max_lens_parameter_b);
-  EXPECT_EQ(first, plain.first_frame_rect);
-  EXPECT_EQ(0u, plain.frame_count);
-  EXPECT_EQ(&params, plain.params);
 
   options.estimate_distortion = true;
   EXPECT_EQ(5.0, MultiViewAligner(params, homography_projective, first, options).pair_rotation_threshold);

@@ -6,27 +6,18 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numbers>
 #include <vector>
 
 #include "numerics/matrix_3x3.h"
 #include "photographs.h"
 #include "plugin/lacewright.h"
 #include "transforms/cylindrical_transform.h"
+#include "rotation_rig.h"
 #include "turning_views.h"
 
 namespace {
 
 using namespace test_support;
-using rotation = std::array<double, 9>;
-
-constexpr double degree = std::numbers::pi / 180.0;
-
-double angle_between(const rotation& a, const rotation& b) {
-  double trace = 0.0;
-  for (std::size_t k = 0; k < 9; ++k) trace += a[k] * b[k];
-  return std::acos(std::clamp((trace - 1.0) / 2.0, -1.0, 1.0)) / degree;
-}
 
 TEST(RotationGroup, recovers_the_turns_and_the_focal_length_of_rendered_views) {
   const auto paths = photograph_set("uttower");
@@ -60,7 +51,7 @@ TEST(RotationGroup, recovers_the_turns_and_the_focal_length_of_rendered_views) {
       multiply_3x3(views.rotations[j].data(), ri_t.data(), truth.data());
       transpose_3x3(to_world[j].data(), cj_t.data());
       multiply_3x3(cj_t.data(), to_world[i].data(), recovered.data());
-      EXPECT_LT(angle_between(truth, recovered), 0.1) << i << ", " << j;
+      EXPECT_LT(angle_between(truth.data(), recovered.data()), 0.1) << i << ", " << j;
     }
   }
 }

@@ -15,25 +15,24 @@ uint64_t parse(const char* text) {
   return ParseAddressArgument(&argument, 0);
 }
 
-TEST(ParseAddressArgument, reads_decimal_and_lower_case_0x_hexadecimal) {
-  EXPECT_EQ(0u, parse(""));
-  EXPECT_EQ(1234567890123ull, parse("1234567890123"));
-  EXPECT_EQ(0x7f3a00c0ffeeull, parse("0x7f3a00c0ffee"));
-  EXPECT_EQ(0xABCDEFull, parse("0xAbCdEf"));
-}
-
-TEST(ParseAddressArgument, odd_texts_count_their_strangers_as_zero_digits) {
-  EXPECT_EQ(0u, parse("0x"));     // too short for hexadecimal: "0" then a zero digit
-  EXPECT_EQ(10u, parse("0X10"));  // upper-case X is not a prefix: 0, 0, 1, 0
-  EXPECT_EQ(120u, parse("12z"));
-  EXPECT_EQ(16u, parse("0x1g"));
-  EXPECT_EQ(1000u, parse("1 0a"));  // 'a' is not a decimal digit
-}
-
-TEST(ParseAddressArgument, overflow_wraps_around) {
-  EXPECT_EQ(0u, parse("18446744073709551616"));        // 2^64
-  EXPECT_EQ(1u, parse("0x10000000000000001"));         // 2^68 + 1
-  EXPECT_EQ(UINT64_MAX, parse("0xffffffffffffffff"));
+TEST(ParseAddressArgument, reads_decimal_and_lower_case_0x_hexadecimal_digit_by_digit) {
+  const std::pair<const char*, uint64_t> cases[] = {
+      {"", 0},
+      {"1234567890123", 1234567890123ull},
+      {"0x7f3a00c0ffee", 0x7f3a00c0ffeeull},
+      {"0xAbCdEf", 0xABCDEFull},
+      // Strangers count as zero digits.
+      {"0x", 0},     // too short for hexadecimal: "0" then a zero digit
+      {"0X10", 10},  // upper-case X is not a prefix: 0, 0, 1, 0
+      {"12z", 120},
+      {"0x1g", 16},
+      {"1 0a", 1000},  // 'a' is not a decimal digit
+      // Overflow wraps around.
+      {"18446744073709551616", 0},  // 2^64
+      {"0x10000000000000001", 1},   // 2^68 + 1
+      {"0xffffffffffffffff", UINT64_MAX},
+  };
+  for (const auto& [text, value] : cases) EXPECT_EQ(value, parse(text)) << text;
 }
 
 TEST(ParseAddressArgument, a_value_that_is_not_text_gives_zero) {

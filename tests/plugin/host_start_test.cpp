@@ -77,6 +77,7 @@ TEST_F(HostStart, a_refused_handshake_empties_the_folder_text_but_keeps_the_imag
   const ScriptValue two[2] = {text_argument("/a"), text_argument("/b")};
   EXPECT_EQ(nullptr, ScrivelInitialize(two, 2));
   EXPECT_STREQ("", pluginFolderText);
+  EXPECT_EQ(nullptr, ScrivelInitialize(two, 0));
   const ScriptValue number = signed_argument(5);
   EXPECT_EQ(nullptr, ScrivelInitialize(&number, 1));
   EXPECT_EQ(1u, imageList.size());

@@ -54,46 +54,38 @@ TEST(GreyFromPixel, weights_the_last_three_bytes_in_single_precision_and_truncat
   EXPECT_EQ(0, GreyFromPixel(blue));
 }
 
-TEST_F(ImageIntake, four_byte_pixels_keep_their_orientation_at_0_and_180_degrees) {
+// 180 degrees keeps the orientation too; a turn the conversion does not
+// know leaves the frame unwritten but accepted.
+TEST_F(ImageIntake, four_byte_pixels_turn_by_a_quarter_either_way_and_keep_their_orientation_otherwise) {
   const std::vector<uint8_t> image = labelled_image();
-  ASSERT_EQ(status_ok, add(2, 3, 12, 0, hexadecimal_address(image.data())));
-  ASSERT_EQ(status_ok, add(2, 3, 12, 180, decimal_address(image.data())));
-  const std::vector<uint8_t> expected = {20, 32, 40, 50, 64, 72};
-  for (const AlignFrame& frame : imageList) {
-    EXPECT_EQ(3, frame.width);
-    EXPECT_EQ(2, frame.height);
-    EXPECT_EQ(3, frame.stride);
-    EXPECT_EQ(expected, samples(frame));
+  const struct {
+    int32_t rotation;
+    std::string address;
+    int32_t width, height;
+    std::vector<uint8_t> samples;  // none for an unwritten frame
+  } cases[] = {
+      {0, hexadecimal_address(image.data()), 3, 2, {20, 32, 40, 50, 64, 72}},
+      {180, decimal_address(image.data()), 3, 2, {20, 32, 40, 50, 64, 72}},
+      {90, hexadecimal_address(image.data()), 2, 3, {50, 20, 64, 32, 72, 40}},
+      {-90, hexadecimal_address(image.data()), 2, 3, {40, 72, 32, 64, 20, 50}},
+      {45, hexadecimal_address(image.data()), 3, 2, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.rotation);
+    ASSERT_EQ(status_ok, add(2, 3, 12, c.rotation, c.address));
+    const AlignFrame& frame = imageList.back();
+    EXPECT_EQ(static_cast<int32_t>(imageList.size()) - 1, frame.index);
+    EXPECT_EQ(c.width, frame.width);
+    EXPECT_EQ(c.height, frame.height);
+    EXPECT_EQ(c.width, frame.stride);
+    EXPECT_NE(nullptr, frame.pixels);
+    if (!c.samples.empty()) {
+      EXPECT_EQ(c.samples, samples(frame));
+    }
+    EXPECT_EQ(script_none, result.type);
+    EXPECT_EQ(0u, result.value);
+    EXPECT_EQ(untouched, result.reserved);
   }
-  EXPECT_EQ(0, imageList[0].index);
-  EXPECT_EQ(1, imageList[1].index);
-  EXPECT_EQ(script_none, result.type);
-  EXPECT_EQ(0u, result.value);
-  EXPECT_EQ(untouched, result.reserved);
-}
-
-TEST_F(ImageIntake, four_byte_pixels_turn_by_a_quarter_either_way) {
-  const std::vector<uint8_t> image = labelled_image();
-  ASSERT_EQ(status_ok, add(2, 3, 12, 90, hexadecimal_address(image.data())));
-  ASSERT_EQ(status_ok, add(2, 3, 12, -90, hexadecimal_address(image.data())));
-  const std::vector<uint8_t> clockwise = {50, 20, 64, 32, 72, 40};
-  const std::vector<uint8_t> counter_clockwise = {40, 72, 32, 64, 20, 50};
-  for (const AlignFrame& frame : imageList) {
-    EXPECT_EQ(2, frame.width);
-    EXPECT_EQ(3, frame.height);
-    EXPECT_EQ(2, frame.stride);
-  }
-  EXPECT_EQ(clockwise, samples(imageList[0]));
-  EXPECT_EQ(counter_clockwise, samples(imageList[1]));
-}
-
-TEST_F(ImageIntake, a_turn_the_conversion_does_not_know_leaves_the_frame_unwritten_but_accepted) {
-  const std::vector<uint8_t> image = labelled_image();
-  ASSERT_EQ(status_ok, add(2, 3, 12, 45, hexadecimal_address(image.data())));
-  ASSERT_EQ(1u, imageList.size());
-  EXPECT_EQ(3, imageList[0].width);
-  EXPECT_EQ(2, imageList[0].height);
-  EXPECT_NE(nullptr, imageList[0].pixels);
 }
 
 TEST_F(ImageIntake, one_byte_pixels_are_copied_as_they_are_whatever_the_rotation) {

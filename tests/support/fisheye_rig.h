@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "graph/nview_manager.h"
+#include "numerics/matrix_3x3.h"
 #include "numerics/rodrigues.h"
 #include "rotation/fisheye_projection.h"
 #include "rotation/fisheye_sharing.h"
@@ -31,10 +32,8 @@ struct fisheye_rig {
 };
 
 inline std::array<double, 9> product(const double a[9], const double b[9]) {
-  std::array<double, 9> m{};
-  for (int r = 0; r < 3; ++r) {
-    for (int c = 0; c < 3; ++c) m[3 * r + c] = a[3 * r] * b[c] + a[3 * r + 1] * b[3 + c] + a[3 * r + 2] * b[6 + c];
-  }
+  std::array<double, 9> m;
+  multiply_3x3(a, b, m.data());
   return m;
 }
 

@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "numerics/matrix_3x3.h"
 #include "numerics/rodrigues.h"
 #include "solvers/bundle_adjuster.h"
 
@@ -99,11 +100,7 @@ struct simple_rotation_camera {
     double small[9], current[9], product[9];
     rodrigues(step + 1, small);
     rodrigues(block + 1, current);
-    for (int r = 0; r < 3; ++r) {
-      for (int c = 0; c < 3; ++c) {
-        product[3 * r + c] = small[3 * r] * current[c] + small[3 * r + 1] * current[3 + c] + small[3 * r + 2] * current[6 + c];
-      }
-    }
+    multiply_3x3(small, current, product);
     rodrigues_inv(product, moved + 1);
   }
 };
@@ -144,9 +141,7 @@ inline rotation_rig make_rotation_rig(std::size_t cameras, std::size_t points, d
     double small[9];
     rodrigues(tilt, small);
     rotation r{};
-    for (int a = 0; a < 3; ++a) {
-      for (int b = 0; b < 3; ++b) r[3 * a + b] = small[3 * a] * base[b] + small[3 * a + 1] * base[3 + b] + small[3 * a + 2] * base[6 + b];
-    }
+    multiply_3x3(small, base, r.data());
     rig.rotations.push_back(r);
     rig.focals.push_back(380.0 * (1.0 + 0.02 * gauss(generator)));
   }
@@ -197,10 +192,7 @@ std::vector<simple_rotation_camera<Robust>> start_cameras(const rotation_rig& ri
       for (double& t : turn) t = std::numbers::pi / 180.0 * gauss(generator);
     }
     rodrigues(turn, small);
-    const double* truth = rig.rotations[i].data();
-    for (int a = 0; a < 3; ++a) {
-      for (int b = 0; b < 3; ++b) start[3 * a + b] = small[3 * a] * truth[b] + small[3 * a + 1] * truth[3 + b] + small[3 * a + 2] * truth[6 + b];
-    }
+    multiply_3x3(small, rig.rotations[i].data(), start);
     std::copy(start, start + 9, camera.matrix);
     rodrigues_inv(start, camera.vector);
     cameras.push_back(camera);

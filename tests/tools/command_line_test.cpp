@@ -132,6 +132,8 @@ TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
        "--json is an option of align, not of controlpoints"},
       {{"controlpoints", "-o", "o.pto", "--preview", "p.png", "in.pto"}, exit_usage,
        "--preview is an option of align, not of controlpoints"},
+      {{"controlpoints", "-o", "o.pto", "--pto", "x.pto", "in.pto"}, exit_usage,
+       "--pto is an option of align, not of controlpoints"},
       {{"controlpoints", "in.pto"}, exit_usage, "controlpoints needs an output project (-o FILE)"},
       {{"controlpoints", "-o", "out.pto"}, exit_usage, "controlpoints needs exactly one project (0 given)"},
       {{"controlpoints", "-o", "out.pto", "a.pto", "b.pto"}, exit_usage,

@@ -6,16 +6,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <unistd.h>
 
-namespace {
+#include "tool_test_support.h"
 
-std::string slurp(const std::filesystem::path& path) {
-  std::ifstream in(path);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+namespace {
 
 TEST(ToolOnAnEngineTextFailure, says_so_in_one_sentence_with_the_exit_code_of_a_failed_alignment) {
   const auto folder = std::filesystem::temp_directory_path() / ("lacewright_text_failure_" + std::to_string(::getpid()));
@@ -23,7 +19,7 @@ TEST(ToolOnAnEngineTextFailure, says_so_in_one_sentence_with_the_exit_code_of_a_
   const std::string command = std::string(TEXT_THROWING_TOOL) + " --quiet >" + (folder / "stdout").string() + " 2>" +
                               (folder / "stderr").string();
   const int status = std::system(command.c_str());
-  const std::string out = slurp(folder / "stdout"), err = slurp(folder / "stderr");
+  const std::string out = tool_test::slurp(folder / "stdout"), err = tool_test::slurp(folder / "stderr");
   std::filesystem::remove_all(folder);
 
   ASSERT_TRUE(WIFEXITED(status)) << err;

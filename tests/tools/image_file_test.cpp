@@ -2,7 +2,6 @@
 // their EXIF orientation says, and reduced while decoding exactly as far as
 // the plug-in's intake would halve them, no further.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
@@ -45,51 +44,40 @@ std::array<int, 3> colour_at(const image_file& file, double x, double y) {
   return {p[1], p[2], p[3]};
 }
 
-class ImageFile : public testing::Test {
+class ImageFile : public tool_test::ToolTest {
  protected:
-  void SetUp() override {
-    folder_ = std::filesystem::temp_directory_path() / ("lacewright_image_file_" + std::to_string(::getpid()));
-    std::filesystem::create_directories(folder_);
-  }
-  void TearDown() override { std::filesystem::remove_all(folder_); }
-  std::string path(const std::string& name) const { return (folder_ / name).string(); }
-  std::filesystem::path folder_;
+  std::string path(const std::string& name) const { return in_folder(name); }
 };
 
 void expect_colour_near(const std::array<int, 3>& expected, const std::array<int, 3>& actual, int tolerance) {
   for (int c = 0; c < 3; ++c) EXPECT_NEAR(expected[c], actual[c], tolerance) << "channel " << c;
 }
 
-TEST_F(ImageFile, a_jpeg_that_intake_would_halve_is_decoded_at_the_reduced_size) {
-  // 6000 x 4500: intake halves it three times, to 750 x 562, and the
-  // decoder can reduce by 8 itself.
-  tool_test::save_picture(path("large.jpg"), test_picture(6000, 4500), 1, "[Q=90]");
-  const image_file file = read_image_file(path("large.jpg"));
-  EXPECT_EQ(6000, file.width);
-  EXPECT_EQ(4500, file.height);
-  EXPECT_EQ(3, file.scale.level);
-  EXPECT_EQ(750, file.picture.width);
-  EXPECT_EQ(562, file.picture.height);
-  expect_colour_near({250, 10, 10}, colour_at(file, 300, 300), 12);
-  expect_colour_near({40 + 150 * 4000 / 6000, 60 + 120 * 3000 / 4500, 128}, colour_at(file, 4000, 3000), 6);
-}
-
-TEST_F(ImageFile, a_jpeg_beyond_the_decoders_reduction_leaves_the_rest_to_intake) {
-  // Intake halves 13000 x 9000 four times; the decoder does three of them.
-  tool_test::save_picture(path("huge.jpg"), test_picture(13000, 9000), 1, "[Q=80]");
-  const image_file file = read_image_file(path("huge.jpg"));
+// The decoder reduces a JPEG by up to 8 itself; intake does the rest.
+TEST_F(ImageFile, a_jpeg_is_decoded_as_far_reduced_as_intake_would_halve_it_up_to_eight_times) {
+  const struct {
+    int width, height;
+    const char* options;
+    int level, read_width, read_height;
+  } cases[] = {
+      {6000, 4500, "[Q=90]", 3, 750, 562},    // intake halves it three times
+      {13000, 9000, "[Q=80]", 3, 1625, 1125},  // intake halves it four times
+      {1000, 700, "[Q=95]", 0, 1000, 700},     // intake keeps it
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.width);
+    tool_test::save_picture(path("picture.jpg"), test_picture(c.width, c.height), 1, c.options);
+    const image_file file = read_image_file(path("picture.jpg"));
+    EXPECT_EQ(c.width, file.width);
+    EXPECT_EQ(c.height, file.height);
+    EXPECT_EQ(c.level, file.scale.level);
+    EXPECT_EQ(c.read_width, file.picture.width);
+    EXPECT_EQ(c.read_height, file.picture.height);
+    expect_colour_near({250, 10, 10}, colour_at(file, c.width / 16, c.height / 16), 12);
+    const int x = c.width * 2 / 3, y = c.height * 2 / 3;
+    expect_colour_near({40 + 150 * x / c.width, 60 + 120 * y / c.height, 128}, colour_at(file, x, y), 6);
+  }
   EXPECT_EQ(4, intake_halvings(13000, 9000));
-  EXPECT_EQ(3, file.scale.level);
-  EXPECT_EQ(1625, file.picture.width);
-  EXPECT_EQ(1125, file.picture.height);
-}
-
-TEST_F(ImageFile, a_picture_that_intake_keeps_is_read_whole) {
-  tool_test::save_picture(path("small.jpg"), test_picture(1000, 700), 1, "[Q=95]");
-  const image_file file = read_image_file(path("small.jpg"));
-  EXPECT_EQ(0, file.scale.level);
-  EXPECT_EQ(1000, file.picture.width);
-  EXPECT_EQ(700, file.picture.height);
 }
 
 TEST_F(ImageFile, exif_orientations_turn_the_picture_the_way_viewers_show_it) {
@@ -111,6 +99,7 @@ TEST_F(ImageFile, exif_orientations_turn_the_picture_the_way_viewers_show_it) {
 }
 
 TEST_F(ImageFile, every_format_reads_as_the_same_picture) {
+  // A 16-bit file is read at 8 bits: its top byte, not its bottom one.
   const rgba_image picture = test_picture(1700, 1300);
   for (const char* name : {"picture.png", "picture.tif", "picture16.tif", "picture.webp", "picture.heic"}) {
     SCOPED_TRACE(name);
@@ -133,27 +122,6 @@ TEST_F(ImageFile, every_format_reads_as_the_same_picture) {
     EXPECT_EQ(650, file.picture.height);
     expect_colour_near({250, 10, 10}, colour_at(file, 60, 60), 10);
     expect_colour_near({40 + 150 * 1000 / 1700, 60 + 120 * 700 / 1300, 128}, colour_at(file, 1000, 700), 4);
-  }
-}
-
-TEST_F(ImageFile, a_sixteen_bit_tiff_keeps_its_tones) {
-  // A 16-bit file is read at 8 bits: its top byte, not its bottom one.
-  tool_test::save_picture_16_bits(path("deep.tif"), test_picture(64, 48));
-  const image_file file = read_image_file(path("deep.tif"));
-  expect_colour_near({40 + 150 * 40 / 64, 60 + 120 * 30 / 48, 128}, colour_at(file, 40, 30), 2);
-}
-
-TEST_F(ImageFile, files_that_are_no_images_name_themselves_and_the_cause) {
-  std::ofstream(path("fake.jpg")) << "not an image";
-  for (const std::string& name : {path("fake.jpg"), path("missing.png")}) {
-    try {
-      read_image_file(name);
-      ADD_FAILURE() << name << " was read";
-    } catch (const image_file_error& error) {
-      const std::string message = error.what();
-      EXPECT_EQ(0u, message.rfind("cannot read '" + name + "': ", 0)) << message;
-      EXPECT_EQ(std::string::npos, message.find('\n')) << message;
-    }
   }
 }
 

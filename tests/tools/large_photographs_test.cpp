@@ -120,12 +120,12 @@ class LargePhotographs : public ToolTest {
   }
 };
 
-TEST_F(LargePhotographs, a_turning_camera_at_2400_pixels_is_found_in_pixels_of_the_images) {
-  expect_turning_camera_as_rendered(1);
-}
-
-TEST_F(LargePhotographs, views_stored_turned_by_their_exif_orientation_give_the_same_camera) {
-  expect_turning_camera_as_rendered(6);
+// Views stored turned by their EXIF orientation give the same camera.
+TEST_F(LargePhotographs, a_turning_camera_at_2400_pixels_is_found_in_pixels_of_the_images_however_stored) {
+  for (const int orientation : {1, 6}) {
+    SCOPED_TRACE(orientation);
+    expect_turning_camera_as_rendered(orientation);
+  }
 }
 
 TEST_F(LargePhotographs, a_plane_at_2400_pixels_is_mapped_within_a_pixel_over_the_overlap) {

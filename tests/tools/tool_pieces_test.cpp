@@ -1,6 +1,6 @@
 // The tool's own pieces: the units of reduced copies, the placements and
-// their levelled horizon, folder listing, the rotation angles of its Hugin
-// projects and its all-or-nothing outputs.
+// their levelled horizon, folder listing and the rotation angles of its
+// Hugin projects.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -17,8 +17,6 @@
 #include "tools/hugin_project.h"
 #include "tools/image_inputs.h"
 #include "tools/image_placement.h"
-#include "tool_test_support.h"
-#include "tools/output_files.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_transform.h"
 #include "transforms/square_to_quad.h"
@@ -117,26 +115,32 @@ matrix3 times(const matrix3& a, const matrix3& b) {
 
 matrix3 transposed(const matrix3& m) { return {m[0], m[3], m[6], m[1], m[4], m[7], m[2], m[5], m[8]}; }
 
-TEST(Placement, levels_the_horizon_of_a_sweep_about_a_leaning_axis) {
-  // A sweep of five views 20 degrees apart, each pitched up 12 degrees. The
-  // engine keeps the first camera's axes, in which the sweep's axis leans
-  // and the other views seem rolled; levelled, every view has the pitch it
-  // was taken with and no roll, and the turns between views stay.
-  std::vector<matrix3> world;
-  for (int k = 0; k < 5; ++k) world.push_back(rotation_of({20.0 * k - 40.0, 12.0, 0.0}));
-  alignment run;
+// One group of 640 x 480 images on a cylinder, each camera turned by its
+// rotation in the reference camera's axes.
+void add_turning_group(alignment& run, const std::vector<matrix3>& rotations) {
   std::vector<std::unique_ptr<PixelTransform>> transforms;
-  for (int k = 0; k < 5; ++k) {
+  for (const matrix3& r : rotations) {
     run.images.push_back(image_named(640, 480, 0));
     SimpleCameraParameters camera;
     camera.focal_length()[0] = camera.focal_length()[1] = 500.0;
     camera.image_center()[0] = 319.5;
     camera.image_center()[1] = 239.5;
-    const matrix3 in_reference = times(transposed(world[0]), world[static_cast<std::size_t>(k)]);
-    transforms.push_back(
-        std::make_unique<CylindricalTransform>(camera, in_reference.data(), 500.0, 500.0, 0.0, 320.0, 240.0));
+    transforms.push_back(std::make_unique<CylindricalTransform>(camera, r.data(), 500.0, 500.0, 0.0, 320.0, 240.0));
   }
   add_group(run, 1, std::move(transforms));
+}
+
+TEST(Placement, levels_the_horizon_of_a_sweep_about_a_leaning_axis) {
+  // A sweep of five views 20 degrees apart, each pitched up 12 degrees. The
+  // engine keeps the first camera's axes, in which the sweep's axis leans
+  // and the other views seem rolled; levelled, every view has the pitch it
+  // was taken with and no roll, and the turns between views stay.
+  std::vector<matrix3> in_reference;
+  for (int k = 0; k < 5; ++k) {
+    in_reference.push_back(times(transposed(rotation_of({-40.0, 12.0, 0.0})), rotation_of({20.0 * k - 40.0, 12.0, 0.0})));
+  }
+  alignment run;
+  add_turning_group(run, in_reference);
   const result_group group = groups_of(run.results)[0];
 
   const group_layout levelled = lay_out_group(run, group, true);
@@ -166,15 +170,7 @@ TEST(Placement, leaves_a_column_of_views_unlevelled) {
   // Views that turn only up and down share their x axis: no vertical can be
   // told from them, so the reference camera's axes stay.
   alignment run;
-  std::vector<std::unique_ptr<PixelTransform>> transforms;
-  for (int k = 0; k < 3; ++k) {
-    run.images.push_back(image_named(640, 480, 0));
-    SimpleCameraParameters camera;
-    camera.focal_length()[0] = camera.focal_length()[1] = 500.0;
-    const matrix3 r = turn(-25.0 * k, 0.0, 0.0);
-    transforms.push_back(std::make_unique<CylindricalTransform>(camera, r.data(), 500.0, 500.0, 0.0, 0.0, 0.0));
-  }
-  add_group(run, 1, std::move(transforms));
+  add_turning_group(run, {turn(0.0, 0.0, 0.0), turn(-25.0, 0.0, 0.0), turn(-50.0, 0.0, 0.0)});
   EXPECT_EQ(unit, lay_out_group(run, groups_of(run.results)[0], true).level);
 }
 
@@ -220,23 +216,6 @@ TEST(SquareToQuad, its_matrix_is_the_same_map) {
     EXPECT_NEAR(expected[0], (m[0] * u + m[1] * v + m[2]) / w, 1e-9);
     EXPECT_NEAR(expected[1], (m[3] * u + m[4] * v + m[5]) / w, 1e-9);
   }
-}
-
-TEST(OutputFiles, are_all_written_or_none) {
-  const auto folder = std::filesystem::temp_directory_path() / ("lacewright_outputs_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(folder);
-  {
-    output_files outputs;
-    outputs.add((folder / "a.txt").string(), "first");
-    outputs.add((folder / "missing" / "b.txt").string(), "second");
-    EXPECT_THROW(outputs.commit(), tool_error);
-  }
-  EXPECT_TRUE(std::filesystem::is_empty(folder));
-  output_files outputs;
-  outputs.add((folder / "a.txt").string(), "first");
-  outputs.commit();
-  EXPECT_EQ("first", tool_test::slurp(folder / "a.txt"));
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace
