@@ -58,7 +58,9 @@ TEST(EstimateRotationPairs, every_neighbouring_pair_is_connected_and_the_pairs_a
       EXPECT_EQ(pair.camera_first.fx, pair.camera_first.fy);
     }
     const auto [low, high] = std::minmax_element(focals.begin(), focals.end());
-    if (std::string_view(name) == "rainier") EXPECT_LT(*high / *low, 1.06) << *low << " to " << *high;
+    if (std::string_view(name) == "rainier") {
+      EXPECT_LT(*high / *low, 1.06) << *low << " to " << *high;
+    }
   }
 }
 

@@ -23,17 +23,17 @@ constexpr double focal[2] = {500.0, 500.0};
 constexpr double off_centre[2] = {300.0, 260.0};
 
 TEST(CylinderPoint, the_optical_axis_lies_at_the_cameras_yaw_and_elevation) {
-  const double focal[2] = {800.0, 820.0};
+  const double unequal_focal[2] = {800.0, 820.0};
   const double centre[2] = {319.5, 239.5};
   const rotation_matrix R = camera_rotation(0.7, 0.3, -0.4);
-  const cylinder_coordinates axis = CylinderPoint(R.data(), focal, centre, 319.5, 239.5);
+  const cylinder_coordinates axis = CylinderPoint(R.data(), unequal_focal, centre, 319.5, 239.5);
   EXPECT_NEAR(0.7, axis.phase, 1e-15);
   EXPECT_NEAR(std::tan(0.3), axis.height, 1e-15);
 
   // Without rotation a pixel's phase is atan(u) and its height
   // v / sqrt(1 + u^2), with u, v its normalised offsets from the centre.
   const rotation_matrix identity = camera_rotation(0, 0, 0);
-  const cylinder_coordinates corner = CylinderPoint(identity.data(), focal, centre, 0.0, 479.0);
+  const cylinder_coordinates corner = CylinderPoint(identity.data(), unequal_focal, centre, 0.0, 479.0);
   const double u = -319.5 / 800.0, v = 239.5 / 820.0;
   EXPECT_NEAR(std::atan(u), corner.phase, 1e-15);
   EXPECT_NEAR(v / std::sqrt(1 + u * u), corner.height, 1e-15);
@@ -130,7 +130,7 @@ TEST(CylinderRange, a_camera_that_sees_a_pole_or_its_margin_has_no_range) {
     const double* rectangle;
     bool valid;
   };
-  const pole_case cases[] = {
+  const pole_case poles[] = {
       {"looking up", camera_rotation(0.3, -pi / 2, 0.1), 320.0, 240.0, rectangle, false},
       {"looking down", camera_rotation(0.3, pi / 2, 0.1), 320.0, 240.0, rectangle, false},
       {"tilted up by 1.2", camera_rotation(0.3, -1.2, 0.1), 320.0, 240.0, rectangle, false},
@@ -148,12 +148,15 @@ TEST(CylinderRange, a_camera_that_sees_a_pole_or_its_margin_has_no_range) {
       {"axis 1e-6 from the plane", {1, 0, 0, 0, 0, 1e-6, 0, -1, 0}, 320.0, 240.0, rectangle, true},
       {"axis past 1e-6", {1, 0, 0, 0, 0, 1.0000001e-6, 0, -1, 0}, 320.0, 240.0, rectangle, false},
   };
-  for (const pole_case& c : cases) {
+  for (const pole_case& c : poles) {
     SCOPED_TRACE(c.name);
     const double centre[2] = {c.centre_x, c.centre_y};
     const CylinderRange range(c.rectangle, c.R.data(), focal, centre, -unbounded, unbounded);
     EXPECT_EQ(c.valid, range.valid);
-    if (!c.valid) EXPECT_EQ((std::array{0.0, 0.0, 0.0, 0.0}), (std::array{range.phase_min, range.height_min, range.phase_max, range.height_max}));
+    if (!c.valid) {
+      EXPECT_EQ((std::array{0.0, 0.0, 0.0, 0.0}),
+                (std::array{range.phase_min, range.height_min, range.phase_max, range.height_max}));
+    }
   }
 }
 
