@@ -354,7 +354,8 @@ class grammar {
     add_output(align, "--pto", parsed_.pto_path, output_kind::file,
                "write each turning group as a Hugin project:\n"
                "FILE for the first, FILE-2.pto, ... for the others;\n"
-               "a planar group is refused (exit 7)");
+               "a planar group only if it is one turning camera's\n"
+               "(exit 7 if not)");
     declare_switches(align);
     align.add_option("inputs", parsed_.inputs);
   }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 
+#include "geometry/pair_rotation_model.h"
 #include "numerics/matrix_3x3.h"
 #include "pipeline/transformation_type.h"
 #include "rotation/up_direction.h"
@@ -152,34 +153,80 @@ double middle_longitude(const std::vector<turned_camera>& cameras, const std::ve
   return (first + last) / 2.0;
 }
 
-void turned_placements(const alignment& run, const result_group& group, bool level, group_layout& layout) {
-  std::vector<std::size_t> placed;
-  std::vector<turned_camera> cameras;
-  std::vector<const input_image*> images;
-  for (std::size_t k = 0; k < group.positions.size(); ++k) {
-    if (const auto camera = turned_camera_of(run, group, group.positions[k])) {
-      placed.push_back(k);
-      cameras.push_back(*camera);
-      images.push_back(&run.images[static_cast<std::size_t>(run.results.sheetID[group.positions[k]])]);
-    }
-  }
+// Places the cameras of a group's images at positions `placed` on one
+// panorama, levelled if asked; `scale_camera` (the reference's) sets its
+// pixels per radian.
+void place_cameras(const std::vector<std::size_t>& placed, std::vector<turned_camera> cameras,
+                   const std::vector<const input_image*>& images, std::size_t scale_camera, panorama_surface surface,
+                   bool level, group_layout& layout) {
   if (cameras.empty()) return;
   if (const auto turn = levelling_turn(cameras)) layout.level = *turn;
   layout.levelled = level;
   if (level) {
     for (turned_camera& camera : cameras) camera.rotation = product(layout.level, camera.rotation);
   }
-  // The reference image's focal length sets the panorama's scale.
-  const auto reference = std::find_if(placed.begin(), placed.end(), [&](std::size_t k) {
-    return run.results.sheetID[group.positions[k]] == group.reference_sheet;
-  });
-  const turned_camera& scale_camera = cameras[reference == placed.end() ? 0 : reference - placed.begin()];
+  const double pixels_per_radian = cameras[scale_camera].focal[0];
   const double middle = middle_longitude(cameras, images);
+  for (std::size_t i = 0; i < placed.size(); ++i) {
+    layout.placements[placed[i]] = turned_placement{cameras[i], surface, pixels_per_radian, middle};
+  }
+}
+
+void turned_placements(const alignment& run, const result_group& group, bool level, group_layout& layout) {
+  std::vector<std::size_t> placed;
+  std::vector<turned_camera> cameras;
+  std::vector<const input_image*> images;
+  std::size_t reference = 0;
+  for (std::size_t k = 0; k < group.positions.size(); ++k) {
+    if (const auto camera = turned_camera_of(run, group, group.positions[k])) {
+      const int32_t sheet = run.results.sheetID[group.positions[k]];
+      if (sheet == group.reference_sheet) reference = placed.size();
+      placed.push_back(k);
+      cameras.push_back(*camera);
+      images.push_back(&run.images[static_cast<std::size_t>(sheet)]);
+    }
+  }
   const panorama_surface surface =
       group.transform_type == transform_spherical ? panorama_surface::sphere : panorama_surface::cylinder;
-  for (std::size_t i = 0; i < placed.size(); ++i) {
-    layout.placements[placed[i]] = turned_placement{cameras[i], surface, scale_camera.focal[0], middle};
-  }
+  place_cameras(placed, std::move(cameras), images, reference, surface, level, layout);
+}
+
+point centre_of(const input_image& image) { return {(image.width - 1) / 2.0, (image.height - 1) / 2.0}; }
+
+// The camera that sees the reference image through `plane` turned about
+// the reference camera's centre, when the homography is such a turn; the
+// reference's focal length as this pair estimates it goes to
+// `reference_focal`.
+std::optional<turned_camera> turned_camera_of_plane(const plane_placement& plane, const input_image& image,
+                                                    const input_image& reference, double& reference_focal) {
+  h_matrix_2d motion(homography_projective);
+  std::copy(plane.to_reference.begin(), plane.to_reference.end(), motion.parameters);
+  const point own_centre = centre_of(image), reference_centre = centre_of(reference);
+  const pair_rotation_model model(motion, reference_centre, own_centre);
+  if (model.failed) return std::nullopt;
+  reference_focal = model.camera_first.fx;
+  turned_camera camera;
+  camera.rotation = model.rotation;
+  camera.focal = {model.camera_second.fx, model.camera_second.fx};
+  camera.centre = own_centre;
+  return camera;
+}
+
+// Whether the turned cameras map the image's outline where its homography
+// does, within 0.2 % of the reference's diagonal: a homography that shears
+// the picture is no turn of a camera, and one that a turn explains only
+// roughly (a lens's distortion taken up by the plane's eight parameters)
+// would render with doubled edges.
+bool turn_explains_plane(const turned_camera& camera, const turned_camera& reference_camera,
+                         const plane_placement& plane, const input_image& image, const input_image& reference) {
+  const double tolerance = 0.002 * std::hypot(reference.width, reference.height);
+  bool explained = true;
+  walk_outline(image.width, image.height, [&](point p) {
+    const std::optional<point> seen = reference_camera.pixel_of(camera.ray_of(p));
+    const point expected = plane.to_output(p);
+    explained = explained && seen && std::hypot((*seen)[0] - expected[0], (*seen)[1] - expected[1]) <= tolerance;
+  });
+  return explained;
 }
 
 void add_bounds(group_layout& layout, const image_placement& placement, const input_image& image) {
@@ -277,6 +324,52 @@ std::optional<point> to_image(const image_placement& placement, point output) {
         }
       },
       placement);
+}
+
+std::optional<group_layout> lay_out_planar_group_as_turned(const alignment& run, const result_group& group,
+                                                           bool level) {
+  const group_layout planar = lay_out_group(run, group, false);
+  const input_image& reference = run.images[static_cast<std::size_t>(group.reference_sheet)];
+  std::vector<std::size_t> placed;
+  std::vector<turned_camera> cameras;
+  std::vector<const input_image*> images;
+  std::size_t reference_place = 0;
+  double reference_focal = 0.0;
+  for (std::size_t k = 0; k < group.positions.size(); ++k) {
+    const auto* plane = std::get_if<plane_placement>(&planar.placements[k]);
+    if (!plane) continue;
+    const int32_t sheet = run.results.sheetID[group.positions[k]];
+    const input_image& image = run.images[static_cast<std::size_t>(sheet)];
+    turned_camera camera{unit_matrix, {0.0, 0.0}, centre_of(image)};
+    if (sheet == group.reference_sheet) {
+      reference_place = placed.size();
+    } else {
+      double focal = 0.0;
+      const std::optional<turned_camera> turned = turned_camera_of_plane(*plane, image, reference, focal);
+      if (!turned) return std::nullopt;
+      camera = *turned;
+      reference_focal += focal;
+    }
+    placed.push_back(k);
+    cameras.push_back(camera);
+    images.push_back(&image);
+  }
+  if (cameras.size() < 2) return std::nullopt;
+  // Each pair tells the reference's focal length; they share one camera.
+  reference_focal /= static_cast<double>(cameras.size() - 1);
+  cameras[reference_place].focal = {reference_focal, reference_focal};
+  for (std::size_t i = 0; i < placed.size(); ++i) {
+    const auto& plane = std::get<plane_placement>(planar.placements[placed[i]]);
+    if (!turn_explains_plane(cameras[i], cameras[reference_place], plane, *images[i], reference)) return std::nullopt;
+  }
+  group_layout layout;
+  layout.placements.resize(group.positions.size());
+  place_cameras(placed, std::move(cameras), images, reference_place, panorama_surface::cylinder, level, layout);
+  for (const std::size_t k : placed) {
+    add_bounds(layout, layout.placements[k],
+               run.images[static_cast<std::size_t>(run.results.sheetID[group.positions[k]])]);
+  }
+  return layout;
 }
 
 group_layout lay_out_group(const alignment& run, const result_group& group, bool level) {

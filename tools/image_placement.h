@@ -95,6 +95,16 @@ struct group_layout {
 // turned so that its horizon is level.
 group_layout lay_out_group(const alignment& run, const result_group& group, bool level);
 
+// A planar group placed as the cameras of one turning camera, on a
+// cylinder, levelled if asked: each image's homography onto the reference
+// taken apart into a turn and two focal lengths. Empty when a homography
+// is no such turn (it moves the picture's outline by more than 0.2 % of
+// the reference's diagonal from where the turn puts it), so that a Hugin
+// project, which holds turned cameras only, is refused rather than
+// rendered with doubled edges.
+std::optional<group_layout> lay_out_planar_group_as_turned(const alignment& run, const result_group& group,
+                                                           bool level);
+
 // Applies a row-major homogeneous 3 x 3 map.
 point apply_homography(const matrix3& m, point p);
 

@@ -43,30 +43,40 @@ std::string numbered(const std::string& path, std::size_t count) {
   return (p.parent_path() / (p.stem().string() + "-" + std::to_string(count + 1) + p.extension().string())).string();
 }
 
-// A Hugin project here holds a turning camera's group only: refusing before
-// anything is written beats a project that silently lacks a group.
-void check_projects(const std::vector<result_group>& groups) {
+// A Hugin project holds turned cameras: a turning group's own, or a planar
+// group's where each homography is a turn of the camera. A group that
+// cannot be one is refused before anything is written, rather than left out
+// of the projects in silence.
+std::vector<std::optional<group_layout>> project_layouts(const alignment& run, const std::vector<result_group>& groups,
+                                                         const std::vector<group_layout>& layouts, bool level) {
+  std::vector<std::optional<group_layout>> projected(groups.size());
   for (const result_group& group : groups) {
-    if (group.positions.size() < 2 || group.transform_type == transform_cylindrical ||
-        group.transform_type == transform_spherical) {
+    if (group.positions.size() < 2) continue;
+    if (group.transform_type == transform_cylindrical || group.transform_type == transform_spherical) {
+      projected[group.number] = layouts[group.number];
       continue;
     }
+    projected[group.number] = lay_out_planar_group_as_turned(run, group, level);
+    if (projected[group.number]) continue;
     throw tool_error("--pto: group " + std::to_string(group.number + 1) + " (" +
                          std::to_string(group.positions.size()) + " images) is " +
                          transform_type_name(group.transform_type) +
-                         ", and a Hugin project holds only the cameras of a turning group; "
+                         ", and its images are not the views of one turning camera that a Hugin project holds; "
                          "align with --type 1 to write one",
                      exit_output_failed);
   }
+  return projected;
 }
 
 std::vector<group_files> stage_outputs(const options& parsed, const alignment& run,
                                        const std::vector<image_file>& pictures, output_files& outputs,
                                        progress_display& progress) {
   const std::vector<result_group> groups = groups_of(run.results);
-  if (!parsed.pto_path.empty()) check_projects(groups);
   std::vector<group_layout> layouts;
   for (const result_group& group : groups) layouts.push_back(lay_out_group(run, group, parsed.level));
+  const std::vector<std::optional<group_layout>> projected =
+      parsed.pto_path.empty() ? std::vector<std::optional<group_layout>>(groups.size())
+                              : project_layouts(run, groups, layouts, parsed.level);
   std::vector<group_files> files(groups.size());
   std::size_t previews = 0, projects = 0;
   progress.stage("writing", groups.size());
@@ -82,8 +92,8 @@ std::vector<group_files> stage_outputs(const options& parsed, const alignment& r
         outputs.add(written.preview, encode_picture(*picture, written.preview));
       }
     }
-    if (!parsed.pto_path.empty()) {
-      if (const auto project = hugin_project(run, group, layout)) {
+    if (projected[group.number]) {
+      if (const auto project = hugin_project(run, group, *projected[group.number])) {
         written.project = numbered(parsed.pto_path, projects++);
         outputs.add(written.project, *project);
       }

@@ -10,12 +10,16 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <vector>
 #include <vips/vips8>
 
 #include "tool_test_support.h"
+#include "photographs.h"
+#include "tools/default_scene.h"
 #include "tools/group_preview.h"
 
 namespace {
@@ -121,10 +125,33 @@ TEST_F(ToolOutputs, a_signal_leaves_no_temporary_file_behind) {
   EXPECT_FALSE(fs::exists(in_folder("scene.png")));
 }
 
-TEST_F(ToolOutputs, a_hugin_project_refuses_a_planar_group_before_anything_is_written) {
-  const outcome result = run("--quiet --type -1 --json " + in_folder("run.json") + " --pto " + in_folder("run.pto"));
-  EXPECT_EQ(7, result.exit_code);
-  EXPECT_NE(std::string::npos, result.err.find("a Hugin project holds only the cameras of a turning group")) << result.err;
+// The automatic request finds the built-in scene's views planar; their
+// homographies are turns of one camera, 18 degrees of yaw apart, which a
+// Hugin project holds. A plane sheared between two views is no such turn,
+// and the project is refused before anything is written.
+TEST_F(ToolOutputs, a_hugin_project_holds_a_planar_group_only_when_it_is_a_turning_camera) {
+  const outcome turning = run("--quiet --type -1 --pto " + in_folder("scene.pto"));
+  ASSERT_EQ(0, turning.exit_code) << turning.err;
+  std::vector<double> yaws;
+  std::istringstream project(slurp(in_folder("scene.pto")));
+  for (std::string line; std::getline(project, line);) {
+    const std::size_t yaw = line.find(" y");
+    if (line.starts_with("i ") && yaw != std::string::npos) yaws.push_back(std::stod(line.substr(yaw + 2)));
+  }
+  ASSERT_EQ(3u, yaws.size());
+  EXPECT_NEAR(18.0, yaws[1] - yaws[0], 0.5);
+  EXPECT_NEAR(18.0, yaws[2] - yaws[1], 0.5);
+
+  const lacewright_tool::pixel_image view = lacewright_tool::render_scene_view({});
+  test_support::grey_image grey{view.width, view.height, {}};
+  for (std::size_t i = 0; i < view.pixels.size(); i += 4) grey.samples.push_back(view.pixels[i + 2]);
+  const test_support::homography shear = {1.0, 0.3, -60.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0};
+  save_grey(in_folder("plane.png"), grey);
+  save_grey(in_folder("sheared.png"), test_support::warp(grey, shear, grey.width, grey.height));
+  const outcome sheared = run("--quiet --type -1 --json " + in_folder("run.json") + " --pto " + in_folder("run.pto") +
+                              " " + in_folder("plane.png") + " " + in_folder("sheared.png"));
+  EXPECT_EQ(7, sheared.exit_code) << sheared.err;
+  EXPECT_NE(std::string::npos, sheared.err.find("are not the views of one turning camera")) << sheared.err;
   EXPECT_FALSE(fs::exists(folder_ / "run.json"));
   EXPECT_FALSE(fs::exists(folder_ / "run.pto"));
 }
