@@ -68,9 +68,8 @@ std::vector<std::optional<group_layout>> project_layouts(const alignment& run, c
   return projected;
 }
 
-std::vector<group_files> stage_outputs(const options& parsed, const alignment& run,
-                                       const std::vector<image_file>& pictures, output_files& outputs,
-                                       progress_display& progress) {
+void stage_outputs(const options& parsed, const alignment& run, const std::vector<image_file>& pictures,
+                   output_files& outputs, progress_display& progress) {
   const std::vector<result_group> groups = groups_of(run.results);
   std::vector<group_layout> layouts;
   for (const result_group& group : groups) layouts.push_back(lay_out_group(run, group, parsed.level));
@@ -101,7 +100,6 @@ std::vector<group_files> stage_outputs(const options& parsed, const alignment& r
   }
   progress.advance(groups.size());
   if (!parsed.json_path.empty()) outputs.add(parsed.json_path, alignment_json(run, layouts, files));
-  return files;
 }
 
 std::string times_of(const progress_display& progress) {
@@ -112,6 +110,11 @@ std::string times_of(const progress_display& progress) {
     times += part;
   }
   return times;
+}
+
+// "too few inliers", "duplicate of a.jpg", ...
+std::string reason_of(const left_out_image& image) {
+  return image.reason + (image.duplicate_of.empty() ? "" : " of " + image.duplicate_of);
 }
 
 void print_summary(const alignment& run, const std::vector<std::string>& written, const progress_display& progress) {
@@ -127,8 +130,7 @@ void print_summary(const alignment& run, const std::vector<std::string>& written
                run.images.size() == 1 ? "" : "s", groups.size(), groups.size() == 1 ? "" : "s",
                sizes.empty() ? "" : " (", sizes.c_str(), sizes.empty() ? "" : ")");
   for (const left_out_image& image : left_out_images(run)) {
-    std::fprintf(stderr, "lacewright: left out %s: %s%s%s\n", image.file.c_str(), image.reason.c_str(),
-                 image.duplicate_of.empty() ? "" : " of ", image.duplicate_of.c_str());
+    std::fprintf(stderr, "lacewright: left out %s: %s\n", image.file.c_str(), reason_of(image).c_str());
   }
   std::fprintf(stderr, "lacewright: time: %s\n", times_of(progress).c_str());
   for (const std::string& path : written) {
@@ -141,8 +143,7 @@ void print_summary(const alignment& run, const std::vector<std::string>& written
 std::string nothing_aligned(const alignment& run) {
   std::string images;
   for (const left_out_image& image : left_out_images(run)) {
-    images += (images.empty() ? "" : ", ") + image.file + " (" + image.reason +
-              (image.duplicate_of.empty() ? "" : " of " + image.duplicate_of) + ")";
+    images += (images.empty() ? "" : ", ") + image.file + " (" + reason_of(image) + ")";
   }
   return "no two images overlap enough to align: " + images;
 }
