@@ -18,7 +18,7 @@
 
 #include "plugin/image_list.h"
 #include "plugin/lacewright.h"
-#include "tools/default_scene.h"
+#include "photographs/default_scene.h"
 
 namespace {
 

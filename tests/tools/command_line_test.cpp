@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tool_test_support.h"
-#include "tools/command_line.h"
+#include "command_line/command_line.h"
 
 namespace {
 
@@ -83,60 +83,51 @@ TEST(CommandLine, reads_every_spelling_of_each_command) {
 
 struct refused {
   std::vector<std::string> arguments;
-  exit_code code;
+  lacewright::error_kind kind;
   std::string fragment;
 };
 
-TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
-  const std::string other_types = ": use --type 1 (a camera turning about its centre) or --type -1";
+TEST(CommandLine, refuses_each_mistake_with_one_sentence) {
+  constexpr auto usage = lacewright::error_kind::usage;
   const std::string extensions = "ending in .png, .jpg, .jpeg, .tif, .tiff or .webp, not ";
   const refused rows[] = {
-      {{"--frobnicate"}, exit_usage, "unknown option '--frobnicate'"},
-      {{"-x", "--", "a.jpg"}, exit_usage, "unknown option '-x'"},
-      {{"--type"}, exit_usage, "--type needs a value"},
-      {{"controlpoints", "in.pto", "-o"}, exit_usage, "-o needs a value"},
-      {{"--type=one"}, exit_usage, "--type needs an integer, not 'one'"},
-      {{"--type", "1.5"}, exit_usage, "--type needs an integer, not '1.5'"},
-      // Only a turning camera and the automatic choice align; the other
-      // types would report no group.
-      {{"--type", "0"}, exit_unknown_type, "type 0 does not align images" + other_types},
-      {{"--type", "2"}, exit_unknown_type, "type 2 does not align images" + other_types},
-      {{"--type", "3"}, exit_unknown_type, "type 3 does not align images" + other_types},
-      {{"--type=6"}, exit_unknown_type, "type 6 does not align images" + other_types},
-      {{"--type", "7"}, exit_unknown_type, "type 7 does not align images" + other_types},
-      {{"--type", "-2"}, exit_unknown_type, "type -2 does not align images" + other_types},
-      {{"controlpoints", "--type", "4", "-o", "o.pto", "i.pto"}, exit_unknown_type, "type 4 does not align images"},
-      {{"--preview-size", "15"}, exit_usage, "--preview-size needs at least 16 pixels"},
-      {{"--preview-size", "big"}, exit_usage, "--preview-size needs an integer, not 'big'"},
+      {{"--frobnicate"}, usage, "unknown option '--frobnicate'"},
+      {{"-x", "--", "a.jpg"}, usage, "unknown option '-x'"},
+      {{"--type"}, usage, "--type needs a value"},
+      {{"controlpoints", "in.pto", "-o"}, usage, "-o needs a value"},
+      {{"--type=one"}, usage, "--type needs an integer, not 'one'"},
+      {{"--type", "1.5"}, usage, "--type needs an integer, not '1.5'"},
+      {{"--preview-size", "15"}, usage, "--preview-size needs at least 16 pixels"},
+      {{"--preview-size", "big"}, usage, "--preview-size needs an integer, not 'big'"},
       // An empty file name, however it is written; "--json=" must not take
       // the image after it for its file.
-      {{"--json", ""}, exit_usage, "--json needs a file name, not an empty one"},
-      {{"--json=", "a.jpg", "b.jpg"}, exit_usage, "--json needs a file name, not an empty one"},
-      {{"--preview", ""}, exit_usage, "--preview needs a file name, not an empty one"},
-      {{"--pto="}, exit_usage, "--pto needs a file name, not an empty one"},
-      {{"controlpoints", "-o", "", "in.pto"}, exit_usage, "--output needs a file name, not an empty one"},
+      {{"--json", ""}, usage, "--json needs a file name, not an empty one"},
+      {{"--json=", "a.jpg", "b.jpg"}, usage, "--json needs a file name, not an empty one"},
+      {{"--preview", ""}, usage, "--preview needs a file name, not an empty one"},
+      {{"--pto="}, usage, "--pto needs a file name, not an empty one"},
+      {{"controlpoints", "-o", "", "in.pto"}, usage, "--output needs a file name, not an empty one"},
       // Standard output takes only the JSON.
-      {{"--preview", "-"}, exit_usage, "--preview writes a file, not standard output"},
-      {{"--pto", "-"}, exit_usage, "--pto writes a file, not standard output"},
-      {{"controlpoints", "-o", "-", "in.pto"}, exit_usage, "--output writes a file, not standard output"},
-      {{"--preview", "p.gif"}, exit_usage, "--preview needs a file " + extensions + "'p.gif'"},
-      {{"--preview", "png"}, exit_usage, "--preview needs a file " + extensions + "'png'"},
+      {{"--preview", "-"}, usage, "--preview writes a file, not standard output"},
+      {{"--pto", "-"}, usage, "--pto writes a file, not standard output"},
+      {{"controlpoints", "-o", "-", "in.pto"}, usage, "--output writes a file, not standard output"},
+      {{"--preview", "p.gif"}, usage, "--preview needs a file " + extensions + "'p.gif'"},
+      {{"--preview", "png"}, usage, "--preview needs a file " + extensions + "'png'"},
       // Two outputs in one file: the second would overwrite the first.
-      {{"--json", "a.json", "--pto", "./a.json"}, exit_usage,
+      {{"--json", "a.json", "--pto", "./a.json"}, usage,
        "--json 'a.json' and --pto './a.json' name the same file"},
-      {{"--preview", "x/../p.png", "--json", "p.png"}, exit_usage,
+      {{"--preview", "x/../p.png", "--json", "p.png"}, usage,
        "--json 'p.png' and --preview 'x/../p.png' name the same file"},
       // The commands' options are their own.
-      {{"-o", "out.pto", "a.jpg", "b.jpg"}, exit_usage, "-o is an option of controlpoints, not of align"},
-      {{"controlpoints", "-o", "o.pto", "--json=x.json", "in.pto"}, exit_usage,
+      {{"-o", "out.pto", "a.jpg", "b.jpg"}, usage, "-o is an option of controlpoints, not of align"},
+      {{"controlpoints", "-o", "o.pto", "--json=x.json", "in.pto"}, usage,
        "--json is an option of align, not of controlpoints"},
-      {{"controlpoints", "-o", "o.pto", "--preview", "p.png", "in.pto"}, exit_usage,
+      {{"controlpoints", "-o", "o.pto", "--preview", "p.png", "in.pto"}, usage,
        "--preview is an option of align, not of controlpoints"},
-      {{"controlpoints", "-o", "o.pto", "--pto", "x.pto", "in.pto"}, exit_usage,
+      {{"controlpoints", "-o", "o.pto", "--pto", "x.pto", "in.pto"}, usage,
        "--pto is an option of align, not of controlpoints"},
-      {{"controlpoints", "in.pto"}, exit_usage, "controlpoints needs an output project (-o FILE)"},
-      {{"controlpoints", "-o", "out.pto"}, exit_usage, "controlpoints needs exactly one project (0 given)"},
-      {{"controlpoints", "-o", "out.pto", "a.pto", "b.pto"}, exit_usage,
+      {{"controlpoints", "in.pto"}, usage, "controlpoints needs an output project (-o FILE)"},
+      {{"controlpoints", "-o", "out.pto"}, usage, "controlpoints needs exactly one project (0 given)"},
+      {{"controlpoints", "-o", "out.pto", "a.pto", "b.pto"}, usage,
        "controlpoints needs exactly one project (2 given)"},
   };
   for (const refused& row : rows) {
@@ -144,8 +135,8 @@ TEST(CommandLine, refuses_each_mistake_with_one_sentence_and_its_exit_code) {
     try {
       parse_command_line(row.arguments);
       ADD_FAILURE() << "accepted";
-    } catch (const tool_error& error) {
-      EXPECT_EQ(row.code, error.code);
+    } catch (const lacewright::error& error) {
+      EXPECT_EQ(row.kind, error.kind());
       EXPECT_NE(std::string::npos, std::string(error.what()).find(row.fragment)) << error.what();
       EXPECT_EQ(std::string::npos, std::string(error.what()).find('\n')) << error.what();
     }
@@ -160,8 +151,7 @@ TEST_F(CommandLineFiles, see_two_names_of_one_file_through_a_link_to_its_folder)
   try {
     parse_command_line({"--json", in_folder("link/a.json"), "--pto", in_folder("real/a.json")});
     ADD_FAILURE() << "two names of one file were accepted";
-  } catch (const tool_error& error) {
-    EXPECT_EQ(exit_usage, error.code);
+  } catch (const lacewright::usage_error&) {
   }
   EXPECT_NO_THROW(parse_command_line({"--json", in_folder("link/a.json"), "--pto", in_folder("real/b.json")}));
 }

@@ -12,7 +12,7 @@
 
 #include "photographs.h"
 #include "tool_test_support.h"
-#include "tools/command_line.h"
+#include "command_line/command_line.h"
 
 namespace {
 
@@ -105,18 +105,18 @@ TEST_F(ControlPointRun, answers_each_mistake_with_its_exit_code) {
   const struct {
     const char* name;
     std::string project, output;
-    exit_code code;
+    int code;
     std::string said;  // on stderr
   } cases[] = {
-      {"no project", in_folder("none.pto"), "o.pto", exit_unreadable_input, ""},
-      {"a size that is not the file's", write("resized.pto", wrong_size), "o.pto", exit_unreadable_input,
+      {"no project", in_folder("none.pto"), "o.pto", 3, ""},
+      {"a size that is not the file's", write("resized.pto", wrong_size), "o.pto", 3,
        "but the project says"},
-      {"images not where it says", write("missing.pto", moved), "o.pto", exit_unreadable_input, ""},
-      {"a broken image line", write("broken.pto", "i w10 n\"a.jpg\"\n"), "o.pto", exit_unreadable_input, "line 1:"},
-      {"no project at all", write("garbage.pto", "\x7f" "ELF..."), "o.pto", exit_unreadable_input,
+      {"images not where it says", write("missing.pto", moved), "o.pto", 3, ""},
+      {"a broken image line", write("broken.pto", "i w10 n\"a.jpg\"\n"), "o.pto", 3, "line 1:"},
+      {"no project at all", write("garbage.pto", "\x7f" "ELF..."), "o.pto", 3,
        "it is not a Hugin project"},
-      {"no images", write("empty.pto", "p f2\n"), "o.pto", exit_too_few_images, ""},
-      {"an output folder that is missing", write("in.pto", given), "no/such/folder.pto", exit_output_failed, ""},
+      {"no images", write("empty.pto", "p f2\n"), "o.pto", 4, ""},
+      {"an output folder that is missing", write("in.pto", given), "no/such/folder.pto", 7, ""},
   };
   for (const auto& case_ : cases) {
     SCOPED_TRACE(case_.name);

@@ -2,7 +2,7 @@
 // engine aligned to the files' pixels as stored, which Hugin reads.
 #include <gtest/gtest.h>
 
-#include "tools/control_points.h"
+#include "hugin/control_points.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "tools/hugin_project_file.h"
+#include "hugin/hugin_project_file.h"
 
 namespace {
 

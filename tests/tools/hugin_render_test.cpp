@@ -18,7 +18,7 @@
 
 #include "photographs.h"
 #include "tool_test_support.h"
-#include "tools/default_scene.h"
+#include "photographs/default_scene.h"
 
 namespace {
 

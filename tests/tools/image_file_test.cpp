@@ -11,7 +11,7 @@
 
 #include "plugin/intake_reduction.h"
 #include "tool_test_support.h"
-#include "tools/image_file.h"
+#include "photographs/image_file.h"
 
 namespace {
 

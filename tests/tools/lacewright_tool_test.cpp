@@ -14,7 +14,7 @@
 #include "photographs.h"
 #include "report_lists.h"
 #include "tool_test_support.h"
-#include "tools/default_scene.h"
+#include "photographs/default_scene.h"
 
 namespace {
 
@@ -109,7 +109,7 @@ TEST_F(Tool, without_images_it_aligns_the_built_in_scene_and_writes_every_output
   EXPECT_EQ(0u, result.out.rfind("({'sheetID':[0,1,2], 'renderable':[true,true,true], 'groupCount':[3]", 0))
       << result.out;
   EXPECT_NE(std::string::npos, result.err.find("3 images, 1 group (3 cylindrical)")) << result.err;
-  EXPECT_NE(std::string::npos, result.err.find("time: extraction")) << result.err;
+  EXPECT_NE(std::string::npos, result.err.find("time: reading")) << result.err;
   const json document = json::parse(slurp(in_folder("run.json")));
   expect_agreement(document, result.out);
   expect_preview(document["groups"][0], 300);
@@ -123,7 +123,15 @@ TEST_F(Tool, mistakes_have_their_own_sentence_and_exit_code) {
   expect_failure(run("--frobnicate"), 2, "unknown option '--frobnicate' (see lacewright --help)");
   expect_failure(run("--type"), 2, "--type needs a value");
   expect_failure(run("--type=one"), 2, "--type needs an integer, not 'one'");
-  expect_failure(run("--type 12 " + a + " " + b), 6, "type 12 does not align images");
+  // Only a turning camera and the automatic choice align; the other types
+  // would report no group.
+  for (const char* type : {"0", "2", "6", "-2"}) {
+    expect_failure(run(std::string("--type ") + type + " " + a + " " + b), 6,
+                   std::string("type ") + type +
+                       " does not align images: use type 1 (a camera turning about its centre) or type -1");
+  }
+  expect_failure(run("controlpoints --type 4 -o " + in_folder("o.pto") + " " + in_folder("i.pto")), 6,
+                 "type 4 does not align images");
   // A file that is no image names itself and then the cause.
   expect_failure(run(in_folder("missing.png") + " " + a), 3, "cannot read '" + in_folder("missing.png") + "': ");
   std::ofstream(in_folder("fake.png")) << "not an image";

@@ -11,8 +11,8 @@
 
 #include "photographs.h"
 #include "report_lists.h"
-#include "tools/image_file.h"
-#include "tools/plugin_session.h"
+#include "photographs/image_file.h"
+#include "session/plugin_session.h"
 
 namespace {
 

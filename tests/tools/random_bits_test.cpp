@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "photographs.h"
-#include "tools/image_file.h"
-#include "tools/plugin_session.h"
+#include "photographs/image_file.h"
+#include "session/plugin_session.h"
 
 namespace {
 

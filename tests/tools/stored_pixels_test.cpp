@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tool_test_support.h"
-#include "tools/stored_pixels.h"
+#include "outputs/stored_pixels.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The tool's engine run replaced, for a test program built from the tool's
 // own main, by one whose alignment fails as the view graph fails: with its
 // message thrown as a plain character pointer.
-#include "tools/engine_alignment.h"
+#include "session/engine_alignment.h"
 
 namespace lacewright_tool {
 

@@ -19,8 +19,8 @@
 
 #include "tool_test_support.h"
 #include "photographs.h"
-#include "tools/default_scene.h"
-#include "tools/group_preview.h"
+#include "photographs/default_scene.h"
+#include "outputs/group_preview.h"
 
 namespace {
 

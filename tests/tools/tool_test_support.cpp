@@ -9,7 +9,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tools/libvips_start.h"
+#include "photographs/libvips_start.h"
 
 namespace tool_test {
 namespace {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "photographs.h"
-#include "tools/image_file.h"
+#include "photographs/image_file.h"
 
 namespace tool_test {
 
