@@ -34,11 +34,12 @@
 #   hugin       Hugin's control point detector
 #   api         the C++ interface <lacewright/align.h>
 #   command_line the lacewright tool
+#   python      the Python package lacewright
 # The interface's headers under include/lacewright/ hold only the standard
 # library's types; every layer from photographs up may use them.
 set(LACEWRIGHT_LAYERS
   records platform numerics host solvers geometry graph features matching transforms planar rotation
-  pipeline plugin photographs session outputs hugin api command_line)
+  pipeline plugin photographs session outputs hugin api command_line python)
 
 function(lacewright_layer_rank layer out)
   list(FIND LACEWRIGHT_LAYERS ${layer} rank)

@@ -3,6 +3,7 @@
 #include <vips/vips8>
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <utility>
@@ -112,6 +113,10 @@ void check_pixels(const std::string& name, const lacewright::image_pixels& pixel
 }  // namespace
 
 image_file read_image_file(const std::string& path) {
+  // libvips says no more than "unknown error" of a file that is not there.
+  std::error_code error;
+  if (!std::filesystem::exists(path, error)) throw image_file_error("cannot read '" + path + "': there is no such file");
+  if (std::filesystem::is_directory(path, error)) throw image_file_error("cannot read '" + path + "': it is a folder");
   start_libvips();
   try {
     const VImage header = VImage::new_from_file(path.c_str(), load_options());

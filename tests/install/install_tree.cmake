@@ -13,6 +13,8 @@ foreach(file
     "${LIBDIR}/liblacewright-api.so.${VERSION}"
     "${INCLUDEDIR}/lacewright/align.h"
     "${LIBDIR}/pkgconfig/lacewright-api.pc"
+    "lib/python3/dist-packages/lacewright/__init__.py"
+    "lib/python3/dist-packages/lacewright/py.typed"
     "${BINDIR}/lacewright"
     "${MANDIR}/man1/lacewright.1.gz"
     "${LIBDIR}/cmake/Lacewright/LacewrightConfig.cmake"
