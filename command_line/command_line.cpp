@@ -42,6 +42,11 @@ constexpr command_entry commands[] = {
      "aligned pair as control points, in pixels of the files as stored, and,\n"
      "for the images of a turning camera, the aligned yaw, pitch, roll and\n"
      "field of view. Every other line is kept as it is."},
+    {tool_command::batch, "batch", "batch SET... --out DIR [--scheduler ADDRESS] [OPTION...]",
+     "align many sets on a Dask cluster (lacewright batch --help)",
+     "Aligns many photograph sets, one Dask task per set, each into DIR/NAME/,\n"
+     "with a summary line per set in DIR/summary.jsonl; a run started again\n"
+     "skips the sets already done. Run by the Python package lacewright."},
 };
 
 constexpr const char* notes =
@@ -255,11 +260,18 @@ class grammar {
     root_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     declare_align(add_command(commands[0]));
     declare_controlpoints(add_command(commands[1]));
+    add_command(commands[2]);
   }
   grammar(const grammar&) = delete;
   grammar& operator=(const grammar&) = delete;
 
   options parse(const std::vector<std::string>& arguments) {
+    // The batch's arguments are the Python package's to read.
+    if (!arguments.empty() && arguments[0] == commands[2].name) {
+      parsed_.command = tool_command::batch;
+      parsed_.inputs.assign(arguments.begin() + 1, arguments.end());
+      return parsed_;
+    }
     std::vector<std::string> reversed = keep_empty_values(arguments);
     std::reverse(reversed.begin(), reversed.end());
     if (arguments.empty() || !names_a_command(arguments[0])) reversed.emplace_back(commands[0].name);

@@ -16,6 +16,7 @@ int exit_code_of(lacewright::error_kind kind);
 enum class tool_command {
   align,          // align images, print the report, write the outputs asked for
   controlpoints,  // Hugin's control point detector: a project in, a project out
+  batch,          // many sets on a Dask cluster, by the Python package; `inputs` are its arguments
 };
 
 struct options {

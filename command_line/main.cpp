@@ -8,6 +8,7 @@
 
 #include "command_line/command_line.h"
 #include "command_line/progress_display.h"
+#include "command_line/python_batch.h"
 #include "outputs/output_files.h"
 #include "photographs/default_scene.h"
 
@@ -104,7 +105,12 @@ int main(int argc, char** argv) {
       std::fputs(parsed.help ? help_text(parsed.command).c_str() : version_text, stdout);
       return 0;
     }
-    return parsed.command == tool_command::controlpoints ? detect_control_points(parsed) : align(parsed);
+    switch (parsed.command) {
+      case tool_command::controlpoints: return detect_control_points(parsed);
+      case tool_command::batch: run_python_batch(parsed.inputs);
+      case tool_command::align: break;
+    }
+    return align(parsed);
   } catch (const lacewright::error& error) {
     const bool usage = error.kind() == lacewright::error_kind::usage;
     std::fprintf(stderr, "lacewright: %s%s\n", error.what(), usage ? " (see lacewright --help)" : "");
