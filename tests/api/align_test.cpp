@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "photographs/default_scene.h"
-#include "tests/tools/tool_test_support.h"
+#include "tool_test_support.h"
 
 namespace {
 

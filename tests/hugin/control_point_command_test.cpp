@@ -12,7 +12,6 @@
 
 #include "photographs.h"
 #include "tool_test_support.h"
-#include "command_line/command_line.h"
 
 namespace {
 

@@ -1,58 +1,21 @@
-// The tool's own pieces: the units of reduced copies, the placements and
-// their levelled horizon, folder listing and the rotation angles of its
-// Hugin projects.
+// Each image placed in pixels of the image as given, and a turning group's
+// horizon levelled, its cameras read as a Hugin project's angles.
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
-#include <random>
-#include <string>
+#include <memory>
 #include <vector>
 
 #include "numerics/rodrigues.h"
-#include "command_line/command_line.h"
-#include "photographs/frame_scale.h"
 #include "outputs/hugin_project.h"
-#include "photographs/image_inputs.h"
 #include "session/image_placement.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_transform.h"
-#include "transforms/square_to_quad.h"
 
 namespace {
 
 using namespace lacewright_tool;
-
-TEST(FrameScale, puts_a_reduced_sample_at_the_middle_of_its_block) {
-  const frame_scale scale{2};  // samples are means of 4 x 4 blocks
-  EXPECT_EQ(4.0, scale.factor());
-  EXPECT_EQ((point{1.5, 1.5}), scale.to_given({0, 0}));
-  EXPECT_EQ((point{5.5, 9.5}), scale.to_given({1, 2}));
-  // The centre of a 600 x 450 frame is the centre of the 2400 x 1800 image.
-  EXPECT_EQ((point{1199.5, 899.5}), scale.to_given({299.5, 224.5}));
-  EXPECT_EQ(2000.0, scale.length_to_given(500.0));
-  const point p{123.25, -7.5};
-  const point back = scale.to_reduced(scale.to_given(p));
-  EXPECT_DOUBLE_EQ(p[0], back[0]);
-  EXPECT_DOUBLE_EQ(p[1], back[1]);
-  const point mapped = apply_homography(scale.to_given_map(), p);
-  EXPECT_DOUBLE_EQ(scale.to_given(p)[0], mapped[0]);
-  EXPECT_DOUBLE_EQ(scale.to_given(p)[1], mapped[1]);
-  const point returned = apply_homography(scale.to_reduced_map(), mapped);
-  EXPECT_DOUBLE_EQ(p[0], returned[0]);
-  EXPECT_DOUBLE_EQ(p[1], returned[1]);
-}
-
-TEST(FrameScale, is_found_from_the_sizes_that_truncating_halvings_leave) {
-  EXPECT_EQ(0, frame_scale::between(640, 480, 640, 480).level);
-  EXPECT_EQ(1, frame_scale::between(1620, 1080, 810, 540).level);
-  EXPECT_EQ(3, frame_scale::between(6000, 4500, 750, 562).level);
-  EXPECT_EQ(2, frame_scale::between(1601, 1603, 400, 400).level);
-  EXPECT_THROW(frame_scale::between(6000, 4500, 750, 563), std::invalid_argument);
-  EXPECT_THROW(frame_scale::between(640, 480, 480, 640), std::invalid_argument);
-}
 
 constexpr matrix3 unit{1, 0, 0, 0, 1, 0, 0, 0, 1};
 
@@ -172,45 +135,6 @@ TEST(Placement, leaves_a_column_of_views_unlevelled) {
   alignment run;
   add_turning_group(run, {turn(0.0, 0.0, 0.0), turn(-25.0, 0.0, 0.0), turn(-50.0, 0.0, 0.0)});
   EXPECT_EQ(unit, lay_out_group(run, groups_of(run.results)[0], true).level);
-}
-
-TEST(ImageInputs, folders_give_their_image_files_in_name_order_and_files_stay_as_given) {
-  const auto folder = std::filesystem::temp_directory_path() / ("lacewright_inputs_" + std::to_string(::getpid()));
-  std::filesystem::create_directories(folder / "sub.jpg");
-  for (const char* name : {"b.png", "a.JPG", "c.txt", "a2.jpeg"}) std::ofstream(folder / name) << "x";
-  const std::vector<std::string> files = expand_inputs({(folder / "c.txt").string(), folder.string()});
-  EXPECT_EQ((std::vector<std::string>{(folder / "c.txt").string(), (folder / "a.JPG").string(),
-                                      (folder / "a2.jpeg").string(), (folder / "b.png").string()}),
-            files);
-  EXPECT_THROW(expand_inputs({(folder / "nothing.png").string()}), lacewright::unreadable_input_error);
-  std::filesystem::remove_all(folder);
-}
-
-TEST(HuginAngles, follow_the_panorama_conventions_and_round_trip) {
-  // Yaw looks right (+x), pitch looks up (-y, rows grow downwards).
-  const auto yawed = rotation_of({30, 0, 0});
-  EXPECT_NEAR(std::sin(M_PI / 6), yawed[2], 1e-12);
-  const auto pitched = rotation_of({0, 30, 0});
-  EXPECT_NEAR(-std::sin(M_PI / 6), pitched[5], 1e-12);
-  std::mt19937 random(7);
-  std::uniform_real_distribution<double> turn(-179.0, 179.0), tilt(-85.0, 85.0);
-  for (int trial = 0; trial < 200; ++trial) {
-    const std::array<double, 3> angles = {turn(random), tilt(random), turn(random)};
-    const std::array<double, 3> back = yaw_pitch_roll(rotation_of(angles));
-    for (int k = 0; k < 3; ++k) EXPECT_NEAR(angles[k], back[k], 1e-9);
-  }
-}
-
-TEST(SquareToQuad, its_matrix_is_the_same_map) {
-  const double quad[8] = {10, 5, 110, 20, 95, 140, -4, 120};
-  const square_to_quad map(quad);
-  const std::array<double, 9> m = map.matrix();
-  for (const auto& [u, v] : {std::pair{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.3, 0.7}}) {
-    const auto expected = map(u, v);
-    const double w = m[6] * u + m[7] * v + m[8];
-    EXPECT_NEAR(expected[0], (m[0] * u + m[1] * v + m[2]) / w, 1e-9);
-    EXPECT_NEAR(expected[1], (m[3] * u + m[4] * v + m[5]) / w, 1e-9);
-  }
 }
 
 }  // namespace
