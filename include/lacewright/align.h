@@ -4,7 +4,8 @@
 //   #include <lacewright/align.h>
 //
 //   lacewright::options options;
-//   options.type = 1;  // a camera turning about its centre
+//   options.type = 1;              // a camera turning about its centre
+//   options.keep_pictures = true;  // for the preview
 //   const lacewright::alignment result = lacewright::align(
 //       {lacewright::image_input::file("a.jpg"), lacewright::image_input::file("b.jpg")}, options);
 //   lacewright::write(result, {.json = "a.json", .preview = "a.png"});
