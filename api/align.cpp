@@ -27,19 +27,20 @@ std::mutex& engine_lock() {
 // whatever ran before it in this process.
 void start_random_draws() { std::srand(1); }
 
-}  // namespace
-
-std::vector<image_input> image_files(const std::vector<std::string>& paths) {
-  std::vector<image_input> inputs;
-  for (std::string& file : lacewright_tool::expand_inputs(paths)) inputs.push_back(image_input::file(std::move(file)));
-  return inputs;
+// Runs `work` with `progress`, throwing what the caller's progress callback
+// threw in place of the cancellation that carried it out of the engine.
+template <typename Work>
+auto reporting_to(lacewright_tool::run_progress& progress, Work&& work) {
+  try {
+    return work();
+  } catch (const cancelled_error&) {
+    progress.rethrow_callback_failure();
+    throw;
+  }
 }
 
-alignment align(const std::vector<image_input>& images, const options& options) {
-  lacewright_tool::check_type(options.type);
-  const std::lock_guard one_at_a_time(engine_lock());
-  start_random_draws();
-  lacewright_tool::run_progress progress(options.progress, options.warning);
+alignment aligned(const std::vector<image_input>& images, const options& options,
+                  lacewright_tool::run_progress& progress) {
   const std::vector<image_input> distinct = lacewright_tool::distinct_inputs(images, progress);
   lacewright_tool::check_image_count(distinct.size());
   auto state = std::make_shared<run_state>();
@@ -57,6 +58,22 @@ alignment align(const std::vector<image_input>& images, const options& options) 
   return result;
 }
 
+}  // namespace
+
+std::vector<image_input> image_files(const std::vector<std::string>& paths) {
+  std::vector<image_input> inputs;
+  for (std::string& file : lacewright_tool::expand_inputs(paths)) inputs.push_back(image_input::file(std::move(file)));
+  return inputs;
+}
+
+alignment align(const std::vector<image_input>& images, const options& options) {
+  lacewright_tool::check_type(options.type);
+  const std::lock_guard one_at_a_time(engine_lock());
+  start_random_draws();
+  lacewright_tool::run_progress progress(options.progress, options.warning);
+  return reporting_to(progress, [&] { return aligned(images, options, progress); });
+}
+
 void require_aligned(const alignment& result) {
   if (result.aligned()) return;
   std::string images;
@@ -72,8 +89,10 @@ std::vector<std::string> write(const alignment& result, const outputs& outputs) 
   // alignment on another thread holds.
   const std::lock_guard one_at_a_time(engine_lock());
   lacewright_tool::run_progress progress(outputs.progress, {});
-  return lacewright_tool::write_outputs(*result.run->run, result, result.run->layouts, result.run->pictures,
-                                        result.run->level, outputs, progress);
+  return reporting_to(progress, [&] {
+    return lacewright_tool::write_outputs(*result.run->run, result, result.run->layouts, result.run->pictures,
+                                          result.run->level, outputs, progress);
+  });
 }
 
 control_point_summary detect_control_points(const std::string& input, const std::string& output,

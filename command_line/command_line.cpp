@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "outputs/group_preview.h"
+#include "outputs/output_files.h"
+
 namespace lacewright_tool {
 
 const char version_text[] = "lacewright " LACEWRIGHT_VERSION "\n";
@@ -60,8 +63,6 @@ constexpr const char* notes =
     "read; 4 fewer than two usable images; 5 more than 105 images; 6 a type\n"
     "that does not align; 7 an output cannot be written.";
 
-// The extensions of the pictures libvips writes for a preview.
-const std::vector<std::string> picture_extensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".webp"};
 
 const command_entry& entry_of(const CLI::App& command) {
   return *std::find_if(std::begin(commands), std::end(commands),
@@ -168,13 +169,6 @@ struct output_option {
   output_kind kind;
 };
 
-bool picture_extension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return std::find(picture_extensions.begin(), picture_extensions.end(), extension) != picture_extensions.end();
-}
-
 void check_output(const output_option& output) {
   const std::string name = output.option->get_name();
   const std::string& path = *output.path;
@@ -182,28 +176,21 @@ void check_output(const output_option& output) {
   if (path == "-" && output.kind != output_kind::file_or_standard_output) {
     throw lacewright::usage_error(name + " writes a file, not standard output: give it a file name instead of -");
   }
-  if (output.kind == output_kind::picture && !picture_extension(path)) {
-    throw lacewright::usage_error(name + " needs a file ending in " + in_prose(picture_extensions, "or") + ", not '" + path + "'");
+  if (output.kind == output_kind::picture && !has_picture_extension(path)) {
+    throw lacewright::usage_error(name + " needs a file ending in " + in_prose(picture_extensions(), "or") + ", not '" +
+                                  path + "'");
   }
 }
 
-// Where a file name leads, so that "a.json", "./a.json" and a link to its
-// folder compare equal.
-std::filesystem::path file_named(const std::string& path) {
-  std::error_code ignored;
-  const std::filesystem::path absolute = std::filesystem::absolute(path, ignored);
-  return std::filesystem::weakly_canonical(absolute, ignored).lexically_normal();
-}
-
-// Each output option given names a file of its own. Throws tool_error
-// (exit_usage) at the first that does not.
+// Each output option given names a file of its own. Throws usage_error at
+// the first that does not.
 void check_outputs(const std::vector<output_option>& outputs) {
   std::vector<std::pair<const output_option*, std::filesystem::path>> files;
   for (const output_option& output : outputs) {
     if (output.option->count() == 0) continue;
     check_output(output);
     if (*output.path == "-") continue;
-    const std::filesystem::path file = file_named(*output.path);
+    const std::filesystem::path file = output_files::place_of(*output.path);
     for (const auto& [earlier, earlier_file] : files) {
       if (earlier_file == file) {
         throw lacewright::usage_error(earlier->option->get_name() + " '" + *earlier->path + "' and " + output.option->get_name() +
@@ -341,7 +328,7 @@ class grammar {
                "draw each group of two or more images: FILE for the\n"
                "first, FILE-2, FILE-3, ... before its extension for\n"
                "the others; FILE ends in one of these extensions:\n" +
-                   in_prose(picture_extensions, "or"));
+                   in_prose(picture_extensions(), "or"));
     align
         .add_option("--preview-size", preview_size_,
                     "longest side of a preview in pixels, at least 16\n"

@@ -34,11 +34,11 @@ std::vector<std::optional<group_layout>> project_layouts(const alignment& run, c
     }
     projected[group.number] = lay_out_planar_group_as_turned(run, group, level);
     if (projected[group.number]) continue;
-    throw lacewright::output_error("--pto: group " + std::to_string(group.number + 1) + " (" +
-                                   std::to_string(group.positions.size()) + " images) is " +
+    throw lacewright::output_error("no Hugin project of group " + std::to_string(group.number + 1) + " (" +
+                                   std::to_string(group.positions.size()) + " images): it is " +
                                    lacewright::transform_type_name(group.transform_type) +
                                    ", and its images are not the views of one turning camera that a Hugin project "
-                                   "holds; align with --type 1 to write one");
+                                   "holds; align with type 1 to write one");
   }
   return projected;
 }
@@ -51,6 +51,14 @@ std::vector<std::string> write_outputs(const alignment& run, const lacewright::a
                                        const lacewright::outputs& request, run_progress& progress) {
   if (!request.preview.empty() && pictures.size() != run.images.size()) {
     throw lacewright::usage_error("a preview needs the pictures: align with keep_pictures to draw one");
+  }
+  if (!request.preview.empty() && !has_picture_extension(request.preview)) {
+    throw lacewright::usage_error("a preview needs a file ending in .png, .jpg, .jpeg, .tif, .tiff or .webp, not '" +
+                                  request.preview + "'");
+  }
+  if (!request.preview.empty() && request.preview_size < 16) {
+    throw lacewright::usage_error("a preview needs at least 16 pixels on its longest side, not " +
+                                  std::to_string(request.preview_size));
   }
   const std::vector<result_group> groups = groups_of(run.results);
   const std::vector<std::optional<group_layout>> projected =
@@ -80,8 +88,9 @@ std::vector<std::string> write_outputs(const alignment& run, const lacewright::a
   }
   progress.advance(groups.size());
   if (!request.json.empty()) outputs.add(request.json, alignment_json(described, files));
-  outputs.commit();
+  // A stop asked for while the files were made leaves every one unwritten.
   progress.finish();
+  outputs.commit();
   return outputs.paths();
 }
 

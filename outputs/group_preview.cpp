@@ -127,6 +127,19 @@ std::optional<group_picture> draw_group(const alignment& run, const result_group
   return out;
 }
 
+const std::vector<std::string>& picture_extensions() {
+  static const std::vector<std::string> extensions = {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".webp"};
+  return extensions;
+}
+
+bool has_picture_extension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  const std::vector<std::string>& known = picture_extensions();
+  return std::find(known.begin(), known.end(), extension) != known.end();
+}
+
 std::string encode_picture(const group_picture& picture, const std::string& path) {
   start_libvips();
   std::string suffix = std::filesystem::path(path).extension().string();

@@ -28,6 +28,12 @@ struct group_picture {
 std::optional<group_picture> draw_group(const alignment& run, const result_group& group, const group_layout& layout,
                                         const std::vector<image_file>& pictures, int longest_side);
 
+// The extensions of the formats a picture is written in, lower case.
+const std::vector<std::string>& picture_extensions();
+
+// Whether `path` ends in one of them, in any case.
+bool has_picture_extension(const std::string& path);
+
 // The file's bytes of a picture in the format that `path`'s extension names
 // (PNG, JPEG, TIFF, WebP; JPEG without the alpha channel, black where no
 // image lies). Throws std::runtime_error when libvips cannot encode it.

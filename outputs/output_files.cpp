@@ -148,7 +148,21 @@ bool output_files::is_standard_output(const std::string& path) {
          named.st_dev == open_one.st_dev && named.st_ino == open_one.st_ino;
 }
 
-void output_files::add(const std::string& path, std::string content) { files_.push_back({path, std::move(content)}); }
+std::filesystem::path output_files::place_of(const std::string& path) {
+  std::error_code ignored;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, ignored);
+  return std::filesystem::weakly_canonical(absolute, ignored).lexically_normal();
+}
+
+void output_files::add(const std::string& path, std::string content) {
+  for (const file& earlier : files_) {
+    if (earlier.path != standard_output && place_of(earlier.path) == place_of(path)) {
+      throw lacewright::usage_error("two outputs would be written to one file: '" + earlier.path + "' and '" + path +
+                                    "'");
+    }
+  }
+  files_.push_back({path, std::move(content)});
+}
 
 std::vector<std::string> output_files::paths() const {
   std::vector<std::string> paths;

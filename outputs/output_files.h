@@ -8,6 +8,7 @@
 // way removes the temporary files.
 #pragma once
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,16 @@ class output_files {
   // written on standard output, after what was printed there before.
   static bool is_standard_output(const std::string& path);
 
-  // Adds a file to the batch.
+  // Where a file name leads, so that "a.json", "./a.json" and a link to its
+  // folder compare equal.
+  static std::filesystem::path place_of(const std::string& path);
+
+  // Adds a file to the batch. Throws usage_error when the batch has a file
+  // at the same place.
   void add(const std::string& path, std::string content);
 
-  // Writes every file of the batch. Throws tool_error (exit_output_failed)
-  // naming the first one that cannot be written; then none of the regular
-  // files has changed.
+  // Writes every file of the batch. Throws output_error naming the first
+  // one that cannot be written; then none of the regular files has changed.
   void commit();
 
   // The paths of the batch, in the order added.

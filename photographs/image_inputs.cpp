@@ -29,7 +29,10 @@ std::vector<std::string> expand_inputs(const std::vector<std::string>& inputs) {
     if (std::filesystem::is_directory(input, error)) {
       std::vector<std::string> found;
       for (const auto& entry : std::filesystem::directory_iterator(input, error)) {
-        if (entry.is_regular_file(error) && has_image_extension(entry.path().filename().string())) {
+        // A link that leads nowhere is no image file, and no failure to
+        // read the folder.
+        std::error_code unknown;
+        if (entry.is_regular_file(unknown) && has_image_extension(entry.path().filename().string())) {
           found.push_back(entry.path().string());
         }
       }

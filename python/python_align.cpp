@@ -17,21 +17,27 @@ namespace lacewright_python {
 namespace {
 
 // A picture of numpy's as the interface reads it: rows, then pixels, then
-// channels, 8 or 16 bits a sample. The array stays referenced by the
-// caller's list for the call.
-lacewright::image_pixels pixels_of(const py::array& array, const std::string& name) {
+// channels, 8 or 16 bits a sample in the machine's order. An array whose
+// channels are apart, or that repeats its samples (a stride of 0, as
+// broadcasting makes), is read through a packed copy, which `held` keeps
+// for the call, as the caller's list keeps the others.
+lacewright::image_pixels pixels_of(py::array array, const std::string& name, std::vector<py::array>& held) {
   const auto refuse = [&](const std::string& why) {
     throw lacewright::unreadable_input_error("cannot read '" + name + "': " + why);
   };
   if (array.ndim() != 2 && array.ndim() != 3) refuse("an array of " + std::to_string(array.ndim()) + " dimensions");
-  const bool deep = array.dtype().is(py::dtype::of<uint16_t>());
-  if (!deep && !array.dtype().is(py::dtype::of<uint8_t>())) {
-    refuse("an array of " + py::str(array.dtype()).cast<std::string>() + ", not uint8 or uint16");
+  const py::dtype type = array.dtype();
+  if (type.kind() != 'u' || (type.itemsize() != 1 && type.itemsize() != 2) || !type.attr("isnative").cast<bool>()) {
+    refuse("an array of " + py::str(py::handle(type)).cast<std::string>() + ", not uint8 or uint16");
+  }
+  const bool spread = array.ndim() == 3 && array.strides(2) != array.itemsize();
+  if (spread || array.strides(0) == 0 || array.strides(1) == 0) {
+    array = py::module_::import("numpy").attr("ascontiguousarray")(array);
+    held.push_back(array);
   }
   const int channels = array.ndim() == 3 ? static_cast<int>(array.shape(2)) : 1;
-  if (array.ndim() == 3 && array.strides(2) != array.itemsize()) refuse("its channels are not next to each other");
   return {array.data(), static_cast<int>(array.shape(1)), static_cast<int>(array.shape(0)), channels,
-          deep ? 16 : 8,   array.strides(1),                 array.strides(0)};
+          static_cast<int>(8 * type.itemsize()), array.strides(1), array.strides(0)};
 }
 
 // What the engine's progress tells the interpreter: the caller's callback,
@@ -47,11 +53,10 @@ class python_progress {
     return [this](std::string_view stage, std::size_t done, std::size_t total) { return tell(stage, done, total); };
   }
 
-  // Raises the kept exception, if any, in place of the interface's
-  // cancellation.
-  [[noreturn]] void raise(const lacewright::cancelled_error& cancelled) {
+  // Raises the kept exception, if any: it ended the work, whatever the
+  // interface then threw.
+  void raise_kept() {
     if (error_) throw std::move(*error_);
-    throw cancelled;
   }
 
  private:
@@ -76,17 +81,17 @@ class python_progress {
 
 // The inputs: paths (str or os.PathLike) of files and folders, arrays, and
 // arrays with their names; an array without one is named by its place.
-std::vector<lacewright::image_input> inputs_of(const py::list& images) {
+std::vector<lacewright::image_input> inputs_of(const py::list& images, std::vector<py::array>& held) {
   const py::object fspath = py::module_::import("os").attr("fspath");
   std::vector<lacewright::image_input> inputs;
   for (std::size_t i = 0; i < images.size(); ++i) {
     const py::handle item = images[i];
     if (py::isinstance<py::tuple>(item)) {
       const auto [name, array] = item.cast<std::pair<std::string, py::array>>();
-      inputs.push_back(lacewright::image_input::memory(name, pixels_of(array, name)));
+      inputs.push_back(lacewright::image_input::memory(name, pixels_of(array, name, held)));
     } else if (py::isinstance<py::array>(item)) {
       const std::string name = "array " + std::to_string(i);
-      inputs.push_back(lacewright::image_input::memory(name, pixels_of(item.cast<py::array>(), name)));
+      inputs.push_back(lacewright::image_input::memory(name, pixels_of(item.cast<py::array>(), name, held)));
     } else {
       for (lacewright::image_input& file : lacewright::image_files({fspath(item).cast<std::string>()})) {
         inputs.push_back(std::move(file));
@@ -96,20 +101,37 @@ std::vector<lacewright::image_input> inputs_of(const py::list& images) {
   return inputs;
 }
 
-lacewright::alignment align(const py::list& images, int32_t type, bool level, bool keep_pictures,
-                            const py::object& progress, const std::function<void(std::string)>& warning) {
-  const std::vector<lacewright::image_input> inputs = inputs_of(images);
-  python_progress told(progress);
-  lacewright::options options{type, level, keep_pictures, told.callback(), [&](std::string_view sentence) {
-                                const py::gil_scoped_acquire interpreter;
-                                if (warning) warning(std::string(sentence));
-                              }};
+using warning_function = std::function<void(std::string)>;
+
+// The interface's options, with the interpreter's callbacks.
+lacewright::options options_of(int32_t type, bool level, bool keep_pictures, python_progress& told,
+                               const warning_function& warning) {
+  return {type, level, keep_pictures, told.callback(), [&warning](std::string_view sentence) {
+            const py::gil_scoped_acquire interpreter;
+            if (warning) warning(std::string(sentence));
+          }};
+}
+
+// Runs `work` with the interpreter's lock released; a Python exception
+// kept by `told` ended it, whatever the interface then threw.
+template <typename Work>
+auto engine_works(python_progress& told, Work&& work) {
   try {
-    const py::gil_scoped_release engine_works;
-    return lacewright::align(inputs, options);
-  } catch (const lacewright::cancelled_error& cancelled) {
-    told.raise(cancelled);
+    const py::gil_scoped_release unlocked;
+    return work();
+  } catch (const lacewright::error&) {
+    told.raise_kept();
+    throw;
   }
+}
+
+lacewright::alignment align(const py::list& images, int32_t type, bool level, bool keep_pictures,
+                            const py::object& progress, const warning_function& warning) {
+  std::vector<py::array> held;
+  const std::vector<lacewright::image_input> inputs = inputs_of(images, held);
+  python_progress told(progress);
+  const lacewright::options options = options_of(type, level, keep_pictures, told, warning);
+  return engine_works(told, [&] { return lacewright::align(inputs, options); });
 }
 
 using optional_path = std::optional<std::filesystem::path>;
@@ -118,14 +140,16 @@ std::vector<std::string> write(const lacewright::alignment& result, const option
                                const optional_path& preview, int preview_size, const optional_path& project) {
   const auto text = [](const optional_path& path) { return path ? path->string() : std::string(); };
   const lacewright::outputs outputs{text(json), text(preview), preview_size, text(project), {}};
-  const py::gil_scoped_release engine_works;
+  const py::gil_scoped_release unlocked;
   return lacewright::write(result, outputs);
 }
 
 lacewright::control_point_summary detect_control_points(const std::string& input, const std::string& output,
-                                                        int32_t type, bool level) {
-  const py::gil_scoped_release engine_works;
-  return lacewright::detect_control_points(input, output, {type, level, false, {}, {}});
+                                                        int32_t type, bool level, const py::object& progress,
+                                                        const warning_function& warning) {
+  python_progress told(progress);
+  const lacewright::options options = options_of(type, level, false, told, warning);
+  return engine_works(told, [&] { return lacewright::detect_control_points(input, output, options); });
 }
 
 }  // namespace
@@ -161,7 +185,7 @@ void bind_align(py::module_& module) {
       .def_readonly("pairs", &lacewright::control_point_summary::pairs)
       .def_readonly("images", &lacewright::control_point_summary::images);
   module.def("_detect_control_points", &detect_control_points, py::arg("input"), py::arg("output"),
-             py::arg("type"), py::arg("level"));
+             py::arg("type"), py::arg("level"), py::arg("progress"), py::arg("warning"));
 }
 
 }  // namespace lacewright_python

@@ -3,6 +3,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <exception>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -23,24 +24,27 @@ constexpr std::size_t most_images = 105;
 
 // Decodes `files` on the run's threads, each file on one; throws the first
 // file's failure in the order given, so that the sentence does not depend
-// on the threads.
+// on the threads. No exception may leave a parallel region: each is kept
+// for its file.
 std::vector<image_file> read_images(std::span<const lacewright::image_input> inputs, std::size_t& done,
                                     run_progress& progress) {
   std::vector<image_file> images(inputs.size());
-  std::vector<std::string> failures(inputs.size());
+  std::vector<std::exception_ptr> failures(inputs.size());
 #pragma omp parallel for schedule(dynamic, 1)
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     const lacewright::image_input& input = inputs[i];
     try {
       images[i] = input.pixels ? read_image_pixels(input.name, *input.pixels) : read_image_file(input.name);
     } catch (const image_file_error& error) {
-      failures[i] = error.what();
+      failures[i] = std::make_exception_ptr(lacewright::unreadable_input_error(error.what()));
+    } catch (...) {
+      failures[i] = std::current_exception();
     }
 #pragma omp critical(reading_progress)
     progress.advance(++done);
   }
-  for (const std::string& failure : failures) {
-    if (!failure.empty()) throw lacewright::unreadable_input_error(failure);
+  for (const std::exception_ptr& failure : failures) {
+    if (failure) std::rethrow_exception(failure);
   }
   return images;
 }

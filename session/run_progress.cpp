@@ -49,13 +49,25 @@ void run_progress::warn(const std::string& sentence) {
 }
 
 // A caller's stop is remembered, so that a stop asked from a job's worker
-// thread takes effect on the run's own thread.
+// thread takes effect on the run's own thread; so is an exception of the
+// callback, which may not cross the jobs' threads, and which stops the run
+// in the same way.
 void run_progress::tell(std::size_t done) {
-  if (progress_ && !stopped_ && !progress_(name_, done, total_)) stopped_ = true;
+  if (!progress_ || stopped_) return;
+  try {
+    if (!progress_(name_, done, total_)) stopped_ = true;
+  } catch (...) {
+    failure_ = std::current_exception();
+    stopped_ = true;
+  }
 }
 
 void run_progress::check() const {
   if (stopped_) throw lacewright::cancelled_error("the alignment was cancelled");
+}
+
+void run_progress::rethrow_callback_failure() const {
+  if (failure_) std::rethrow_exception(failure_);
 }
 
 }  // namespace lacewright_tool

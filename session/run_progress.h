@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,12 @@ class run_progress {
   // stop during it.
   void finish();
   void warn(const std::string& sentence);
-  // Throws cancelled_error when the caller asked to stop.
+  // Throws cancelled_error when the caller asked to stop, or its callback
+  // threw.
   void check() const;
+  // Throws what the callback threw, if it did: in place of the
+  // cancelled_error that carried its stop through the engine.
+  void rethrow_callback_failure() const;
 
   const std::vector<lacewright::stage_time>& times() const { return times_; }
 
@@ -50,6 +55,7 @@ class run_progress {
   clock::time_point started_;
   std::vector<lacewright::stage_time> times_;
   std::atomic<bool> stopped_{false};
+  std::exception_ptr failure_;  // what the callback threw; set before stopped_
 };
 
 }  // namespace lacewright_tool

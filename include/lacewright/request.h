@@ -44,7 +44,9 @@ struct image_input {
 // when the stage cannot count its work. Stages: "reading", then the
 // engine's ("extraction", "matching", "pairs", "groups"), and "writing" when
 // outputs are written. Answer false to cancel: the work stops at the next
-// stage at the latest and throws cancelled_error.
+// stage at the latest and throws cancelled_error; an exception the callback
+// throws stops it the same way and is thrown in its place. The callback
+// must not start another alignment: they run one at a time.
 using progress_callback = std::function<bool(std::string_view stage, std::size_t done, std::size_t total)>;
 
 // A sentence about something the alignment works around: a file named

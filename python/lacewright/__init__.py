@@ -64,9 +64,9 @@ def _warn(sentence: str) -> None:
     warnings.warn(sentence, UserWarning, stacklevel=3)
 
 
-def align(images: Sequence[ImageInput], type: int = 1, *, level: bool = True, keep_pictures: bool = False,
+def align(images: Union[ImageInput, Sequence[ImageInput]], type: int = 1, *, level: bool = True, keep_pictures: bool = False,
           progress: Optional[Progress] = None, require_aligned: bool = True) -> Alignment:
-    """Aligns `images`.
+    """Aligns `images`: a list of them, or one path (a folder, say).
 
     type: 1 for a camera turning about its centre, -1 for a plane or a turn
     chosen per group. level: level each turning group's horizon. keep_pictures:
@@ -78,6 +78,8 @@ def align(images: Sequence[ImageInput], type: int = 1, *, level: bool = True, ke
     require_aligned is False, raises AlignmentError when no two images align;
     the Alignment then still says in left_out why each image was left out.
     """
+    if isinstance(images, (str, os.PathLike)):
+        images = [images]
     result = _align(list(images), type, level, keep_pictures, progress, _warn)
     if require_aligned:
         result.require_aligned()
@@ -85,9 +87,10 @@ def align(images: Sequence[ImageInput], type: int = 1, *, level: bool = True, ke
 
 
 def detect_control_points(input: Union[str, "os.PathLike[str]"], output: Union[str, "os.PathLike[str]"],
-                          type: int = 1, *, level: bool = True) -> ControlPointSummary:
+                          type: int = 1, *, level: bool = True,
+                          progress: Optional[Progress] = None) -> ControlPointSummary:
     """Hugin's control point detector: reads the project `input`, aligns its
     images and writes the project to `output` with the inlier matches of every
     accepted pair as control points and the aligned cameras of every turning
     group."""
-    return _detect_control_points(os.fspath(input), os.fspath(output), type, level)
+    return _detect_control_points(os.fspath(input), os.fspath(output), type, level, progress, _warn)

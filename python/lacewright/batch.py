@@ -52,45 +52,82 @@ def set_names(sets: Sequence[PathLike]) -> list[str]:
 
 
 def align_set(folder: str, out: str, name: str, type: int, preview: bool, project: bool) -> dict:
-    """A task: aligns one set and writes its folder; answers its record."""
+    """A task: aligns one set and writes its folder; answers its record.
+
+    A task run again after its worker died may find the folder there: the
+    first run got as far as the rename."""
     import lacewright
 
     started = time.monotonic()
-    record: dict = {"set": name, "path": folder}
+    asked = {"type": type, "preview": preview, "project": project}
     final = pathlib.Path(out) / name
+    done = done_record(pathlib.Path(out), name, folder, asked)
+    if done is not None:
+        return done
+    record: dict = {"set": name, "path": folder, **asked}
     # Made as any folder is, with the permissions the umask leaves.
     work = pathlib.Path(out) / f".{name}.{uuid.uuid4().hex}"
     work.mkdir()
     try:
         result = lacewright.align([folder], type, keep_pictures=preview, require_aligned=False)
-        result.write(json=work / "alignment.json", preview=work / "preview.png" if preview else None,
-                     project=work / "project.pto" if project and result.aligned else None)
         record.update(status="aligned" if result.aligned else "not aligned",
                       groups=[len(g.images) for g in result.groups if len(g.images) > 1],
                       left_out=[{"file": i.file, "reason": i.reason} for i in result.left_out], error=None)
+        record["project_error"] = write_outputs(result, work, preview, project and result.aligned)
     except lacewright.Error as error:
         shutil.rmtree(work, ignore_errors=True)
         record.update(status="failed", groups=[], left_out=[], error=str(error),
                       seconds=round(time.monotonic() - started, 3))
         return record
     record["seconds"] = round(time.monotonic() - started, 3)
+    # The files name each other by where they will be, not where they are.
+    json_file = work / "alignment.json"
+    json_file.write_text(json_file.read_text().replace(str(work), str(final)))
     (work / RECORD).write_text(json.dumps(record) + "\n")
-    # A task run again after its worker died finds the folder there already.
+    put_in_place(work, final)
+    return record
+
+
+def write_outputs(result, work: pathlib.Path, preview: bool, project: bool) -> Optional[str]:
+    """Writes a set's files into `work`; answers why there is no project
+    when a group could not be one (a plane group that is no turning
+    camera's), in which case the others are written without it."""
+    import lacewright
+
+    files = {"json": work / "alignment.json", "preview": work / "preview.png" if preview else None}
+    if not project:
+        result.write(**files)
+        return None
     try:
-        os.rename(work, final)
-    except OSError:
-        shutil.rmtree(work, ignore_errors=True)
-        if not (final / RECORD).exists():
+        result.write(**files, project=work / "project.pto")
+        return None
+    except lacewright.OutputError as error:
+        if "no Hugin project" not in str(error):
             raise
-    return json.loads((final / RECORD).read_text())
+        result.write(**files)
+        return str(error)
 
 
-def done_record(out: pathlib.Path, name: str) -> Optional[dict]:
-    """The record of a set aligned by an earlier run."""
+def put_in_place(work: pathlib.Path, final: pathlib.Path) -> None:
+    """Renames `work` to `final`, putting aside a folder of an earlier run
+    asked for other outputs."""
+    old = final.with_name(f".{final.name}.old.{uuid.uuid4().hex}")
     try:
-        return json.loads((out / name / RECORD).read_text())
+        os.rename(final, old)
+    except FileNotFoundError:
+        pass
+    os.rename(work, final)
+    shutil.rmtree(old, ignore_errors=True)
+
+
+def done_record(out: pathlib.Path, name: str, folder: str, asked: dict) -> Optional[dict]:
+    """The record of the set `folder` aligned by an earlier run as asked."""
+    try:
+        record = json.loads((out / name / RECORD).read_text())
     except (OSError, ValueError):
         return None
+    same = record.get("path") == folder and all(record.get(key) == value for key, value in asked.items())
+    return record if same else None
 
 
 class _Bar:
@@ -111,6 +148,7 @@ class _Bar:
 
 
 def _client(scheduler: Optional[str]):
+    """A client for the batch, and the LocalCluster it started, if any."""
     from distributed import Client, LocalCluster
 
     if scheduler:
@@ -138,39 +176,43 @@ def align_sets(sets: Sequence[PathLike], out: PathLike, *, type: int = 1, previe
     out.mkdir(parents=True, exist_ok=True)
     records: dict[str, dict] = {}
     todo = []
+    asked = {"type": type, "preview": preview, "project": project}
     for given, name in zip(sets, names):
-        record = done_record(out, name)
+        folder = str(pathlib.Path(given).resolve())
+        record = done_record(out, name, folder, asked)
         if record is not None:
             records[name] = record
         else:
-            todo.append((str(pathlib.Path(given).resolve()), name))
-    for _, name in todo:
-        # What a worker that died in the middle of a set left behind.
-        for leftover in out.glob(f".{name}.*"):
-            shutil.rmtree(leftover, ignore_errors=True)
-    owned = None
+            todo.append((folder, name))
     if todo:
-        if client is None:
-            client, owned = _client(scheduler)
+        made = client is None
+        cluster = None
+        if made:
+            client, cluster = _client(scheduler)
         bar = _Bar(len(todo), progress)
         futures = {client.submit(align_set, folder, str(out.resolve()), name, type, preview, project,
-                                 key=f"lacewright-{name}-{time.time_ns()}", pure=False): name
+                                 key=f"lacewright-{name}-{time.time_ns()}", pure=False): (folder, name)
                    for folder, name in todo}
         try:
             for future in as_completed(futures):
-                name = futures[future]
+                folder, name = futures[future]
                 try:
                     record = future.result()
                 except Exception as error:  # the task itself broke: recorded, the others go on
-                    record = {"set": name, "status": "failed", "groups": [], "left_out": [],
-                              "error": f"{type_name(error)}: {error}", "seconds": None}
+                    record = {"set": name, "path": folder, **asked, "status": "failed", "groups": [],
+                              "left_out": [], "error": f"{type_name(error)}: {error}", "seconds": None}
                 records[name] = record
                 bar.advance(record)
         finally:
             bar.finish()
-            if owned is not None:
+            if made:
                 client.close()
-                owned.close()
+            if cluster is not None:
+                cluster.close()
+    for _, name in todo:
+        # What the tasks of workers that died in the middle left behind.
+        for leftover in out.glob(f".{name}.*"):
+            shutil.rmtree(leftover, ignore_errors=True)
     ordered = [records[name] for name in names]
     write_summary(out / SUMMARY, ordered)
     return ordered

@@ -221,6 +221,18 @@ TEST_F(Scene, a_cancelled_alignment_leaves_the_next_one_as_it_would_have_been) {
   }
 }
 
+TEST_F(Scene, what_a_progress_callback_throws_stops_the_alignment_and_is_thrown) {
+  struct callback_failure {};
+  for (const char* stage : {"reading", "matching"}) {
+    SCOPED_TRACE(stage);
+    EXPECT_THROW(lacewright::align(inputs_, {.progress = [&](std::string_view now, std::size_t done, std::size_t) {
+                                     if (now == stage && done > 0) throw callback_failure{};
+                                     return true;
+                                   }}),
+                 callback_failure);
+  }
+}
+
 TEST_F(Scene, alignments_from_several_threads_wait_for_each_other_and_agree) {
   const std::string alone = json_of(lacewright::align(inputs_), "alone.json");
   std::vector<lacewright::alignment> results(3);
@@ -248,7 +260,19 @@ TEST_F(Scene, writing_refuses_what_it_cannot_write_and_writes_nothing) {
       lacewright::write(with_pictures, {.json = in_folder("a.json"), .preview = in_folder("a.png"),
                                         .project = in_folder("a.pto")});
   EXPECT_EQ((std::vector<std::string>{in_folder("a.png"), in_folder("a.pto"), in_folder("a.json")}), written);
-  EXPECT_EQ(lacewright::alignment{}.run, nullptr);
+  expect_thrown<lacewright::usage_error>(
+      [&] { lacewright::write(with_pictures, {.json = in_folder("a.json"), .project = in_folder("./a.json")}); },
+      kind::usage, "two outputs would be written to one file");
+  expect_thrown<lacewright::usage_error>(
+      [&] { lacewright::write(with_pictures, {.preview = in_folder("a.gif")}); }, kind::usage,
+      "a preview needs a file ending in .png");
+  expect_thrown<lacewright::usage_error>(
+      [&] { lacewright::write(with_pictures, {.preview = in_folder("b.png"), .preview_size = 15}); }, kind::usage,
+      "at least 16 pixels");
+  // A stop asked for while the files are made writes none of them.
+  EXPECT_THROW(lacewright::write(with_pictures, {.json = in_folder("c.json"), .progress = [](auto...) { return false; }}),
+               lacewright::cancelled_error);
+  EXPECT_FALSE(std::filesystem::exists(in_folder("c.json")));
   expect_thrown<lacewright::usage_error>([&] { lacewright::write({}, {.json = in_folder("b.json")}); }, kind::usage,
                                          "it was not made by align()");
 }

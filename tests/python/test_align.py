@@ -3,6 +3,7 @@ paths and from arrays, numpy results, each exception, progress in order,
 the interpreter free while the engine works, Ctrl-C."""
 
 import _thread
+import pickle
 import threading
 
 import numpy
@@ -25,6 +26,25 @@ def test_paths_and_arrays_give_the_json_of_the_tool(data, tool_json, tmp_path, n
     for result in (from_paths, from_arrays):
         result.write(json=tmp_path / "python.json")
         assert (tmp_path / "python.json").read_text() == expected
+
+
+def test_arrays_are_read_however_numpy_holds_them(data, tmp_path):
+    files = set_files(data, "hill")
+    pictures = [numpy.asarray(Image.open(f)) for f in files]
+    lacewright.align(data / "hill").write(json=tmp_path / "expected.json")
+    held = {
+        "pickled": [pickle.loads(pickle.dumps(p)) for p in pictures],
+        "channels apart": [numpy.asfortranarray(p) for p in pictures],
+        "flipped twice": [p[::-1][::-1] for p in pictures],
+        "16 bits": [p.astype(numpy.uint16) * 257 for p in pictures],
+    }
+    for layout, arrays in held.items():
+        lacewright.align(list(zip(files, arrays))).write(json=tmp_path / "held.json")
+        assert (tmp_path / "held.json").read_text() == (tmp_path / "expected.json").read_text(), layout
+    # A broadcast array repeats one row: read through a copy, not past its end.
+    row = numpy.broadcast_to(pictures[0][:1], pictures[0].shape)
+    with pytest.raises(lacewright.TooFewImagesError):
+        lacewright.align([("row", row), ("row again", numpy.zeros((300, 400), numpy.uint8))])
 
 
 def test_the_answer_holds_numpy_arrays_in_pixels_of_the_images(data):
@@ -73,6 +93,10 @@ def test_every_failure_is_an_error_of_its_own_class(data, tmp_path):
          "a preview needs the pictures"),
         (lambda: lacewright.align(hill).write(json=tmp_path / "no" / "a.json"), lacewright.OutputError,
          "cannot write"),
+        (lambda: lacewright.align(hill, keep_pictures=True).write(preview=tmp_path / "p.gif"), lacewright.UsageError,
+         "a preview needs a file ending in .png"),
+        (lambda: lacewright.align(hill).write(json=tmp_path / "a.json", project=tmp_path / "a.json"),
+         lacewright.UsageError, "two outputs would be written to one file"),
     ]
     for call, error, fragment in cases:
         with pytest.raises(error, match=fragment) as raised:

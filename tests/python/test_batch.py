@@ -106,3 +106,15 @@ def test_the_command_runs_a_batch_on_a_cluster_of_its_own(data, tmp_path):
     refused = subprocess.run([os.environ["LACEWRIGHT_TOOL"], "batch", str(data / "hill"), str(data / "hill"),
                               "--out", str(tmp_path / "again")], capture_output=True, text=True)
     assert refused.returncode == 2 and "would both be written to 'hill'" in refused.stderr
+
+
+def test_a_run_asked_for_more_outputs_redoes_the_sets_and_its_files_name_their_places(data, tmp_path, client):
+    out = tmp_path / "out"
+    batch.align_sets([data / "hill"], out, client=client, progress=False)
+    assert not (out / "hill" / "preview.png").exists()
+    [record] = batch.align_sets([data / "hill"], out, client=client, preview=True, project=True, progress=False)
+    assert record["status"] == "aligned" and record["preview"] and record["project_error"] is None
+    written = json.loads((out / "hill" / "alignment.json").read_text())
+    assert written["groups"][0]["preview"]["file"] == str(out.resolve() / "hill" / "preview.png")
+    assert (out / "hill" / "preview.png").exists() and (out / "hill" / "project.pto").exists()
+    assert sorted(p.name for p in out.iterdir()) == ["hill", "summary.jsonl"]
