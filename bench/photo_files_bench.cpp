@@ -24,8 +24,8 @@
 #include <vector>
 
 #include "photographs.h"
-#include "tools/image_file.h"
-#include "tools/libvips_start.h"
+#include "photographs/image_file.h"
+#include "photographs/libvips_start.h"
 #include "turning_views.h"
 
 namespace {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "plugin/lacewright.h"
-#include "tools/default_scene.h"
+#include "photographs/default_scene.h"
 
 namespace {
 

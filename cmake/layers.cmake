@@ -26,10 +26,20 @@
 #               refinement and its surface
 #   pipeline    the driver and its stages, the results record
 #   plugin      the exported surface: script functions, intake, report
-#   tools       the command-line tool
+#   photographs image files and pictures in memory through libvips, reduced
+#               copies and their units, folders, the built-in scene
+#   session     an alignment in the engine's own process, its progress, and
+#               its answer in pixels of the images as given
+#   outputs     JSON, previews and Hugin projects, all written or none
+#   hugin       Hugin's control point detector
+#   api         the C++ interface <lacewright/align.h>
+#   command_line the lacewright tool
+#   python      the Python package lacewright
+# The interface's headers under include/lacewright/ hold only the standard
+# library's types; every layer from photographs up may use them.
 set(LACEWRIGHT_LAYERS
   records platform numerics host solvers geometry graph features matching transforms planar rotation
-  pipeline plugin tools)
+  pipeline plugin photographs session outputs hugin api command_line python)
 
 function(lacewright_layer_rank layer out)
   list(FIND LACEWRIGHT_LAYERS ${layer} rank)
@@ -65,6 +75,6 @@ function(lacewright_layer layer)
   endforeach()
   lacewright_check_below(${layer} "${used}")
   add_library(lacewright_${layer} STATIC ${ARG_SOURCES})
-  target_include_directories(lacewright_${layer} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_include_directories(lacewright_${layer} PUBLIC ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
   target_link_libraries(lacewright_${layer} PUBLIC ${used} ${ARG_LINKS})
 endfunction()

@@ -10,10 +10,10 @@ set(manual_page "${PROJECT_BINARY_DIR}/lacewright.1")
 add_custom_command(
   OUTPUT "${manual_page}.gz"
   COMMAND "${HELP2MAN}" --no-info --section=1 "--name=align overlapping photographs"
-          "--include=${PROJECT_SOURCE_DIR}/tools/lacewright.h2m" "--output=${manual_page}"
+          "--include=${PROJECT_SOURCE_DIR}/command_line/lacewright.h2m" "--output=${manual_page}"
           "$<TARGET_FILE:lacewright_tool>"
   COMMAND "${GZIP}" -9 -n -f "${manual_page}"
-  DEPENDS lacewright_tool "${PROJECT_SOURCE_DIR}/tools/lacewright.h2m"
+  DEPENDS lacewright_tool "${PROJECT_SOURCE_DIR}/command_line/lacewright.h2m"
   COMMENT "Writing the manual page lacewright(1)"
   VERBATIM)
 add_custom_target(lacewright_manual_page ALL DEPENDS "${manual_page}.gz")

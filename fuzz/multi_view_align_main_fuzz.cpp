@@ -24,7 +24,7 @@
 #include "fuzz/finding.h"
 #include "plugin/alignment_report.h"
 #include "plugin/lacewright.h"
-#include "tools/default_scene.h"
+#include "photographs/default_scene.h"
 
 namespace {
 

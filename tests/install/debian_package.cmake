@@ -1,7 +1,8 @@
 # `cpack -G DEB` makes a package with the dependencies its binaries need;
 # unpacked into a scratch root with dpkg -x, its tool aligns and its
 # library, header and CMake package serve a consumer.
-#   cmake -DBUILD=... -DCPACK=... -DWORK=... -DCXX=... [-DFLAGS=...] -P debian_package.cmake
+#   cmake -DBUILD=... -DCPACK=... -DWORK=... -DCXX=... -DPYTHON=... [-DFLAGS=...]
+#         [-DPYTHON_ENVIRONMENT=...] -P debian_package.cmake
 include(${CMAKE_CURRENT_LIST_DIR}/steps.cmake)
 
 file(REMOVE_RECURSE "${WORK}")
@@ -21,3 +22,10 @@ run_step("unpacking the package" dpkg -x "${package}" "${WORK}/root")
 run_step("running the unpacked tool on its built-in scene" "${WORK}/root/usr/bin/lacewright" --quiet)
 expect_match("^\\({'sheetID':\\[0,1,2\\]" "${step_output}" "the unpacked tool's report")
 run_find_package_consumer("${WORK}/root/usr" "${WORK}/consumer")
+
+# The Python package, where the system's interpreter finds it under /usr.
+run_step("importing the unpacked Python package"
+  "${CMAKE_COMMAND}" -E env "PYTHONPATH=${WORK}/root/usr/lib/python3/dist-packages" ${PYTHON_ENVIRONMENT}
+  "${PYTHON}" -c "print(__import__('lacewright').__file__)")
+expect_match("${WORK}/root/usr/lib/python3/dist-packages/lacewright/__init__.py" "${step_output}"
+             "the unpacked package's place")

@@ -10,6 +10,11 @@ run_step("installing" "${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${PREFIX
 foreach(file
     "${LIBDIR}/liblacewright.so.${VERSION}"
     "${INCLUDEDIR}/lacewright/lacewright.h"
+    "${LIBDIR}/liblacewright-api.so.${VERSION}"
+    "${INCLUDEDIR}/lacewright/align.h"
+    "${LIBDIR}/pkgconfig/lacewright-api.pc"
+    "lib/python3/dist-packages/lacewright/__init__.py"
+    "lib/python3/dist-packages/lacewright/py.typed"
     "${BINDIR}/lacewright"
     "${MANDIR}/man1/lacewright.1.gz"
     "${LIBDIR}/cmake/Lacewright/LacewrightConfig.cmake"

@@ -19,3 +19,11 @@ run_step("compiling the consumer"
   ${package_flags} "-Wl,-rpath,${libdir}" -o "${WORK}/consumer")
 run_step("running the consumer" "${WORK}/consumer")
 expect_match("called Lacewright" "${step_output}" "the consumer's output")
+
+run_step("asking pkg-config for the C++ interface's flags" pkg-config --cflags --libs lacewright-api)
+separate_arguments(api_flags UNIX_COMMAND "${step_output}")
+run_step("compiling the consumer of the C++ interface"
+  "${CXX}" -std=c++20 -Wall -Wextra ${extra_flags} "${CMAKE_CURRENT_LIST_DIR}/consumer/api_consumer.cpp"
+  ${api_flags} "-Wl,-rpath,${libdir}" -o "${WORK}/api_consumer")
+run_step("running the consumer of the C++ interface" "${WORK}/api_consumer")
+expect_match("aligned through Lacewright" "${step_output}" "the C++ interface consumer's output")

@@ -28,4 +28,7 @@ function(run_find_package_consumer prefix work)
   run_step("building the consumer" "${CMAKE_COMMAND}" --build "${work}")
   run_step("running the consumer" "${work}/consumer")
   expect_match("called Lacewright" "${step_output}" "the consumer's output")
+  run_step("running the consumer of the C++ interface" "${work}/api_consumer")
+  expect_match("aligned through Lacewright: fewer than two distinct images" "${step_output}"
+               "the C++ interface consumer's output")
 endfunction()

@@ -14,6 +14,7 @@
 #include "border_walk.h"
 #include "debug_capture.h"
 #include "transforms/distort_transform.h"
+#include "transforms/square_to_quad.h"
 
 namespace {
 
@@ -162,6 +163,18 @@ TEST(DistortTransform, a_rectangle_of_zero_width_is_carried_through_unchecked) {
   placed({10, 20, 10, 20, 10, 120, 10, 120}, 100.0, 0.0).getBounds(&out, &source);
   constexpr int32_t lowest = std::numeric_limits<int32_t>::min();
   EXPECT_EQ((FrameRect{lowest, lowest, lowest, lowest}), out);
+}
+
+TEST(SquareToQuad, its_matrix_is_the_same_map) {
+  const double quad[8] = {10, 5, 110, 20, 95, 140, -4, 120};
+  const square_to_quad map(quad);
+  const std::array<double, 9> m = map.matrix();
+  for (const auto& [u, v] : {std::pair{0.0, 0.0}, {1.0, 0.0}, {1.0, 1.0}, {0.3, 0.7}}) {
+    const auto expected = map(u, v);
+    const double w = m[6] * u + m[7] * v + m[8];
+    EXPECT_NEAR(expected[0], (m[0] * u + m[1] * v + m[2]) / w, 1e-9);
+    EXPECT_NEAR(expected[1], (m[3] * u + m[4] * v + m[5]) / w, 1e-9);
+  }
 }
 
 }  // namespace
