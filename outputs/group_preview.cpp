@@ -6,8 +6,10 @@
 #include <cctype>
 #include <cmath>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 
+#include "outputs/exposure_gains.h"
 #include "photographs/libvips_start.h"
 
 namespace lacewright_tool {
@@ -74,6 +76,54 @@ bool sample(const sampled_image& image, point given, double colour[3], double& w
   return weight > 0.0;
 }
 
+// The colour of `image` at a point of the output plane, and its weight there.
+bool sample_at(const sampled_image& image, point output, double colour[3], double& weight) {
+  const std::optional<point> given = to_image(*image.placement, output);
+  return given && sample(image, *given, colour, weight);
+}
+
+// What each pair of images shows where both cover the output, on a grid of
+// at most 256 by 256 points over `bounds`: enough to fit gains, few enough
+// to measure in one thread, in one order.
+std::vector<overlap_means> overlaps_of(const std::vector<sampled_image>& images, const output_box& bounds) {
+  constexpr int grid = 256;
+  std::map<std::pair<std::size_t, std::size_t>, overlap_means> pairs;
+  std::vector<std::pair<std::size_t, rgb>> seen;
+  for (int row = 0; row < grid; ++row) {
+    for (int column = 0; column < grid; ++column) {
+      const point output{bounds.left + (column + 0.5) * (bounds.right - bounds.left) / grid,
+                         bounds.top + (row + 0.5) * (bounds.bottom - bounds.top) / grid};
+      seen.clear();
+      for (std::size_t k = 0; k < images.size(); ++k) {
+        rgb c;
+        double weight = 0.0;
+        if (sample_at(images[k], output, c.data(), weight)) seen.emplace_back(k, c);
+      }
+      for (std::size_t a = 0; a < seen.size(); ++a) {
+        for (std::size_t b = a + 1; b < seen.size(); ++b) {
+          overlap_means& overlap = pairs[{seen[a].first, seen[b].first}];
+          overlap.first = seen[a].first;
+          overlap.second = seen[b].first;
+          overlap.count += 1.0;
+          for (int c = 0; c < 3; ++c) {
+            overlap.first_mean[c] += seen[a].second[c];
+            overlap.second_mean[c] += seen[b].second[c];
+          }
+        }
+      }
+    }
+  }
+  std::vector<overlap_means> overlaps;
+  for (auto& [images_of_pair, overlap] : pairs) {
+    for (int c = 0; c < 3; ++c) {
+      overlap.first_mean[c] /= overlap.count;
+      overlap.second_mean[c] /= overlap.count;
+    }
+    overlaps.push_back(overlap);
+  }
+  return overlaps;
+}
+
 }  // namespace
 
 std::optional<group_picture> draw_group(const alignment& run, const result_group& group, const group_layout& layout,
@@ -106,16 +156,18 @@ std::optional<group_picture> draw_group(const alignment& run, const result_group
     images.push_back(std::move(image));
   }
 
+  // Each image's colours evened out against the others' where they overlap.
+  const std::vector<rgb> gains = exposure_gains(images.size(), overlaps_of(images, bounds));
+
 #pragma omp parallel for schedule(dynamic, 4)
   for (int row = 0; row < out.height; ++row) {
     for (int column = 0; column < out.width; ++column) {
       const point output{out.origin[0] + (column + 0.5) / out.scale, out.origin[1] + (row + 0.5) / out.scale};
       double sum[3] = {0, 0, 0}, total = 0.0;
-      for (const sampled_image& image : images) {
-        const std::optional<point> given = to_image(*image.placement, output);
+      for (std::size_t k = 0; k < images.size(); ++k) {
         double colour[3], weight = 0.0;
-        if (!given || !sample(image, *given, colour, weight)) continue;
-        for (int c = 0; c < 3; ++c) sum[c] += weight * colour[c];
+        if (!sample_at(images[k], output, colour, weight)) continue;
+        for (int c = 0; c < 3; ++c) sum[c] += weight * gains[k][c] * colour[c];
         total += weight;
       }
       if (total <= 0.0) continue;

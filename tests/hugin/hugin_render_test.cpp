@@ -142,7 +142,10 @@ TEST_F(HuginRender, nona_renders_an_enlarged_set_as_the_tool_previews_it) {
     ASSERT_NEAR(drawn.height, rendered.height, 1);
     const auto [difference, shared] = grey_difference(drawn, rendered);
     EXPECT_GT(shared, static_cast<std::size_t>(drawn.width) * drawn.height / 2);
-    EXPECT_LT(difference, 8.0);
+    // The preview evens out the images' exposures, which nona, given none,
+    // does not: a level or two apart on these sets, where a misplaced image
+    // is some 25 levels apart.
+    EXPECT_LT(difference, 10.0);
   }
 }
 

@@ -1,5 +1,6 @@
-// Each image placed in pixels of the image as given, and a turning group's
-// horizon levelled, its cameras read as a Hugin project's angles.
+// Each image placed in pixels of the image as given, a turning group's
+// horizon levelled (its cameras read as a Hugin project's angles), and a
+// group drawn from its placements.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -8,7 +9,9 @@
 #include <vector>
 
 #include "numerics/rodrigues.h"
+#include "outputs/group_preview.h"
 #include "outputs/hugin_project.h"
+#include "photographs/default_scene.h"
 #include "session/image_placement.h"
 #include "transforms/cylindrical_transform.h"
 #include "transforms/distort_transform.h"
@@ -135,6 +138,53 @@ TEST(Placement, leaves_a_column_of_views_unlevelled) {
   alignment run;
   add_turning_group(run, {turn(0.0, 0.0, 0.0), turn(-25.0, 0.0, 0.0), turn(-50.0, 0.0, 0.0)});
   EXPECT_EQ(unit, lay_out_group(run, groups_of(run.results)[0], true).level);
+}
+
+// Columns [first, first + width) of a picture, each channel times `gain`.
+pixel_image crop(const pixel_image& picture, int first, int width, const std::array<double, 3>& gain) {
+  pixel_image out{width, picture.height, std::vector<uint8_t>(4 * static_cast<std::size_t>(width) * picture.height)};
+  for (int y = 0; y < picture.height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const uint8_t* from = &picture.pixels[4 * (static_cast<std::size_t>(y) * picture.width + first + x)];
+      uint8_t* to = &out.pixels[4 * (static_cast<std::size_t>(y) * width + x)];
+      to[0] = from[0];
+      for (int c = 0; c < 3; ++c) to[1 + c] = static_cast<uint8_t>(std::lround(from[1 + c] * gain[c]));
+    }
+  }
+  return out;
+}
+
+TEST(Preview, evens_out_the_exposures_of_overlapping_views) {
+  // Two views of one picture side by side, the second exposed darker and
+  // bluer; drawn together, the preview is the picture again up to one
+  // factor per channel, with no step where the second view begins.
+  const pixel_image scene = render_scene_view({});
+  alignment run;
+  run.images = {image_named(400, 480, 0), image_named(400, 480, 0)};
+  std::vector<std::unique_ptr<PixelTransform>> transforms;
+  transforms.push_back(nullptr);
+  const double rect[4] = {0, 0, 480, 400}, quad[8] = {240, 0, 640, 0, 640, 480, 240, 480};
+  transforms.push_back(std::make_unique<DistortTransform>(rect, quad));
+  add_group(run, 0, std::move(transforms));
+  const result_group group = groups_of(run.results)[0];
+  const std::vector<image_file> pictures = {image_in_memory("a", crop(scene, 0, 400, {1.0, 1.0, 1.0})),
+                                            image_in_memory("b", crop(scene, 240, 400, {0.75, 0.9, 0.8}))};
+  const std::optional<group_picture> drawn = draw_group(run, group, lay_out_group(run, group, true), pictures, 640);
+  ASSERT_TRUE(drawn);
+  ASSERT_EQ(640, drawn->width);
+  ASSERT_EQ(480, drawn->height);
+  for (int c = 0; c < 3; ++c) {
+    SCOPED_TRACE(c);
+    double both = 0.0, own = 0.0;
+    for (std::size_t i = 0; i < 640 * 480; ++i) {
+      both += double(drawn->rgba[4 * i + c]) * scene.pixels[4 * i + 1 + c];
+      own += double(scene.pixels[4 * i + 1 + c]) * scene.pixels[4 * i + 1 + c];
+    }
+    const double factor = both / own;
+    double off = 0.0;
+    for (std::size_t i = 0; i < 640 * 480; ++i) off += std::abs(drawn->rgba[4 * i + c] - factor * scene.pixels[4 * i + 1 + c]);
+    EXPECT_LT(off / (640 * 480), 1.0);
+  }
 }
 
 }  // namespace
